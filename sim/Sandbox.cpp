@@ -1,0 +1,219 @@
+// The sandbox: a directory tree standing in for "/sys" and "/proc/gpio", a journal, faults and a clock.
+#include "orva/sim/Sandbox.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "SimState.h"
+
+namespace orva::sim {
+
+Sandbox* gActiveSandbox = nullptr;
+
+namespace {
+
+void makeDirectories(const std::string& path) {
+    std::string partial;
+    std::stringstream parts(path);
+    std::string part;
+    while (std::getline(parts, part, '/')) {
+        if (part.empty()) {
+            if (partial.empty()) partial = "/";
+            continue;
+        }
+        if (!partial.empty() && partial.back() != '/') partial += '/';
+        partial += part;
+        if (mkdir(partial.c_str(), 0755) != 0 && errno != EEXIST) {
+            throw std::runtime_error("orva-sim: cannot create " + partial + ": " + strerror(errno));
+        }
+    }
+}
+
+void removeTree(const std::string& path) {
+    // The sandbox holds only directories and small files that it made itself.
+    const std::string command = "rm -rf '" + path + "'";
+    if (path.size() > 5 && path.find('\'') == std::string::npos) {
+        if (system(command.c_str()) != 0) fprintf(stderr, "orva-sim: could not remove %s\n", path.c_str());
+    }
+}
+
+std::string readWhole(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+void writeWhole(const std::string& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+}
+
+std::string requireSandboxPath(const Sandbox& sandbox, const std::string& kernelPath) {
+    const std::string path = sandboxPath(sandbox, kernelPath);
+    if (path.empty()) throw std::invalid_argument("orva-sim: not a simulated path: " + kernelPath);
+    return path;
+}
+
+}  // namespace
+
+const char* callName(Call call) {
+    switch (call) {
+    case Call::Open: return "open";
+    case Call::Read: return "read";
+    case Call::Write: return "write";
+    case Call::Close: return "close";
+    case Call::Sleep: return "sleep";
+    case Call::Exec: return "exec";
+    case Call::Shm: return "shm";
+    }
+    return "?";
+}
+
+bool isSimulatedPath(const char* path) {
+    return path != nullptr && (strncmp(path, "/sys/", 5) == 0 || strncmp(path, "/proc/gpio/", 11) == 0 ||
+                               strcmp(path, "/proc/gpio") == 0);
+}
+
+std::string sandboxPath(const Sandbox& sandbox, const std::string& kernelPath) {
+    if (!isSimulatedPath(kernelPath.c_str())) return std::string();
+    return sandbox.root() + kernelPath;
+}
+
+Sandbox::Sandbox(const std::string& directory) : state_(new State) {
+    if (gActiveSandbox != nullptr) {
+        delete state_;
+        throw std::logic_error("orva-sim: only one sandbox can be active in a process");
+    }
+    if (directory.empty()) {
+        const char* tmp = getenv("TMPDIR");
+        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/orva-sim-XXXXXX";
+        std::vector<char> buffer(pattern.begin(), pattern.end());
+        buffer.push_back('\0');
+        if (mkdtemp(buffer.data()) == nullptr) {
+            delete state_;
+            throw std::runtime_error(std::string("orva-sim: mkdtemp failed: ") + strerror(errno));
+        }
+        state_->root = buffer.data();
+        state_->ownsRoot = true;
+    } else {
+        makeDirectories(directory);
+        char resolved[PATH_MAX];
+        state_->root = realpath(directory.c_str(), resolved) ? resolved : directory;
+    }
+    makeDirectories(state_->root + "/sys");
+    gActiveSandbox = this;
+}
+
+Sandbox::~Sandbox() {
+    gActiveSandbox = nullptr;
+    if (state_->ownsRoot) removeTree(state_->root);
+    delete state_;
+}
+
+Sandbox* Sandbox::active() { return gActiveSandbox; }
+
+const std::string& Sandbox::root() const { return state_->root; }
+
+void Sandbox::addDirectory(const std::string& path) { makeDirectories(requireSandboxPath(*this, path)); }
+
+void Sandbox::addAttribute(const std::string& path, const std::string& value, unsigned mode) {
+    const std::string file = requireSandboxPath(*this, path);
+    makeDirectories(file.substr(0, file.rfind('/')));
+    chmod(file.c_str(), 0644);
+    writeWhole(file, value);
+    chmod(file.c_str(), mode);
+}
+
+void Sandbox::setValue(const std::string& path, const std::string& value) {
+    const std::string file = requireSandboxPath(*this, path);
+    struct stat info{};
+    if (stat(file.c_str(), &info) != 0) throw std::invalid_argument("orva-sim: no attribute " + path);
+    writeWhole(file, value);
+}
+
+std::string Sandbox::value(const std::string& path) const {
+    std::string text = readWhole(requireSandboxPath(*this, path));
+    const size_t end = text.find_first_of(std::string("\n\0", 2));
+    return end == std::string::npos ? text : text.substr(0, end);
+}
+
+bool Sandbox::hasAttribute(const std::string& path) const {
+    struct stat info{};
+    return stat(requireSandboxPath(*this, path).c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+void Sandbox::removeAttribute(const std::string& path) { unlink(requireSandboxPath(*this, path).c_str()); }
+
+const std::vector<JournalEntry>& Sandbox::journal() const { return state_->journal; }
+
+std::vector<JournalEntry> Sandbox::journal(const std::string& path) const {
+    std::vector<JournalEntry> entries;
+    for (const JournalEntry& entry : state_->journal) {
+        if (entry.path == path) entries.push_back(entry);
+    }
+    return entries;
+}
+
+void Sandbox::clearJournal() { state_->journal.clear(); }
+
+int Sandbox::openDescriptors() const { return static_cast<int>(state_->descriptors.size()); }
+
+void Sandbox::inject(const std::string& path, const Fault& fault) { state_->faults.emplace_back(path, fault); }
+
+void Sandbox::failCalls(const std::string& path, Call call, int error, int times) {
+    Fault fault;
+    fault.kind = Fault::Kind::Errno;
+    fault.call = call;
+    fault.error = error;
+    fault.times = times;
+    inject(path, fault);
+}
+
+void Sandbox::shortWrite(const std::string& path, size_t bytes, int times) {
+    Fault fault;
+    fault.kind = Fault::Kind::ShortWrite;
+    fault.call = Call::Write;
+    fault.bytes = bytes;
+    fault.times = times;
+    inject(path, fault);
+}
+
+void Sandbox::emptyRead(const std::string& path, int times) {
+    Fault fault;
+    fault.kind = Fault::Kind::EmptyRead;
+    fault.call = Call::Read;
+    fault.times = times;
+    inject(path, fault);
+}
+
+void Sandbox::zeroDescriptor(const std::string& path, int times) {
+    Fault fault;
+    fault.kind = Fault::Kind::ZeroDescriptor;
+    fault.call = Call::Open;
+    fault.times = times;
+    inject(path, fault);
+}
+
+void Sandbox::clearFaults() { state_->faults.clear(); }
+
+uint64_t Sandbox::nowUs() const { return state_->virtualUs; }
+
+void Sandbox::advanceUs(uint64_t us) { state_->virtualUs += us; }
+
+const std::vector<uint64_t>& Sandbox::sleeps() const { return state_->sleeps; }
+
+void Sandbox::record(JournalEntry entry) {
+    entry.timeUs = state_->virtualUs;
+    state_->journal.push_back(std::move(entry));
+}
+
+}  // namespace orva::sim

@@ -1,0 +1,65 @@
+// A simulated board built from its profile in boards/: the device-information map of the host
+// platform and a sandbox holding the board's attribute files.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "orva/sim/Sandbox.h"
+
+namespace orva::sim {
+
+struct BoardProfile {
+    struct InfoKey {
+        std::string key;
+        std::string type;  // u64, u32, i32, i8, bool, str
+        std::string value;
+    };
+    struct Attribute {
+        std::string path;
+        unsigned mode = 0644;
+        std::string value;
+    };
+    uint32_t sysid = 0;
+    std::string name;
+    std::vector<InfoKey> info;
+    std::vector<Attribute> attributes;
+    std::vector<std::string> directories;
+
+    // Reads boards/<sysid>.board; throws std::runtime_error with the line on a malformed file.
+    static BoardProfile load(uint32_t sysid);
+    static BoardProfile parse(const std::string& text, const std::string& origin);
+    static std::string directory();
+    static std::string fileFor(uint32_t sysid);
+    static std::vector<uint32_t> available();
+};
+
+class SimBoard {
+public:
+    // Replaces the device-information map with the board's keys and builds its sandbox.
+    // sandboxDirectory: as Sandbox; reuse=true attaches to a directory built earlier (files kept).
+    explicit SimBoard(uint32_t sysid, const std::string& sandboxDirectory = std::string(), bool reuse = false);
+    explicit SimBoard(const BoardProfile& profile, const std::string& sandboxDirectory = std::string(),
+                      bool reuse = false);
+    ~SimBoard();
+
+    const BoardProfile& profile() const { return profile_; }
+    Sandbox& sandbox() { return *sandbox_; }
+
+    // Shorthands for the sandbox.
+    void attribute(const std::string& path, const std::string& value, unsigned mode = 0644);
+    std::string value(const std::string& path) const { return sandbox_->value(path); }
+    void advanceMs(uint64_t ms) { sandbox_->advanceMs(ms); }
+    const std::vector<JournalEntry>& journal() const { return sandbox_->journal(); }
+
+    // Fills the device-information map from a profile (the map is emptied first).
+    static void fillCameraInfo(const BoardProfile& profile);
+
+private:
+    BoardProfile profile_;
+    std::unique_ptr<Sandbox> sandbox_;
+};
+
+}  // namespace orva::sim

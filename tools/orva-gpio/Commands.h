@@ -1,0 +1,26 @@
+// The command groups of orva-gpio. Each takes the words after its group name, prints what it did
+// and returns the exit status; bad input throws UsageError.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "Options.h"
+
+namespace orva::sim {
+class SimBoard;
+}
+
+namespace orva::tool {
+
+struct Context {
+    orva::sim::SimBoard* board = nullptr;  // null on real hardware
+    FILE* out = stdout;
+};
+
+int runLedCommand(const std::vector<std::string>& words, Context& context);
+// One line per LED face: "front   front light".
+std::string ledFaceList();
+
+}  // namespace orva::tool

@@ -1,0 +1,76 @@
+#include "Options.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+namespace orva::tool {
+
+const char* usageText() {
+    return "usage: orva-gpio [--board SYSID [--sandbox DIR [--reuse]]] COMMAND\n"
+           "\n"
+           "  --board SYSID   run against a simulated board (profiles in boards/), e.g. 0xA533\n"
+           "  --sandbox DIR   keep the simulated board's files in DIR (default: a temporary folder)\n"
+           "  --reuse         attach to the files an earlier invocation left in DIR\n"
+           "  --list-boards   list the simulated boards\n"
+           "  -h, --help      this text\n"
+           "\n"
+           "commands:\n"
+           "  led FACE set VALUE        user value 0..100 (0/1 on a binary LED)\n"
+           "  led FACE on | off         switch fully on or off\n"
+           "  led FACE brightness PCT   brightness 0..100 applied to the value\n"
+           "  led FACE get              read the device value back\n"
+           "\n"
+           "LED faces: front (front light), power (power LED)\n";
+}
+
+uint32_t parseBoard(const std::string& text) {
+    std::string digits = text;
+    if (digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) digits = digits.substr(2);
+    if (digits.empty() || digits.size() > 8 || digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+        throw UsageError{"not a board identifier: '" + text + "' (expected hexadecimal, e.g. 0xA533)"};
+    }
+    return static_cast<uint32_t>(strtoul(digits.c_str(), nullptr, 16));
+}
+
+int parseInt(const std::string& text, const char* what) {
+    char* end = nullptr;
+    errno = 0;
+    const long value = strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end != '\0' || errno == ERANGE || value < INT_MIN || value > INT_MAX) {
+        throw UsageError{std::string("not a number for ") + what + ": '" + text + "'"};
+    }
+    return static_cast<int>(value);
+}
+
+Options parseOptions(int argc, char** argv) {
+    Options options;
+    int index = 1;
+    for (; index < argc; ++index) {
+        const std::string argument = argv[index];
+        if (argument == "-h" || argument == "--help") {
+            options.help = true;
+        } else if (argument == "--list-boards") {
+            options.listBoards = true;
+        } else if (argument == "--reuse") {
+            options.reuseSandbox = true;
+        } else if (argument == "--board" || argument == "--sandbox") {
+            if (index + 1 >= argc) throw UsageError{argument + " needs a value"};
+            const std::string value = argv[++index];
+            if (argument == "--board") {
+                options.board = parseBoard(value);
+            } else {
+                options.sandbox = value;
+            }
+        } else if (argument.size() > 1 && argument[0] == '-') {
+            throw UsageError{"unknown option '" + argument + "'"};
+        } else {
+            break;
+        }
+    }
+    for (; index < argc; ++index) options.command.push_back(argv[index]);
+    if (options.reuseSandbox && options.sandbox.empty()) throw UsageError{"--reuse needs --sandbox DIR"};
+    return options;
+}
+
+}  // namespace orva::tool

@@ -1,0 +1,31 @@
+// Command line of orva-gpio.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace orva::tool {
+
+struct Options {
+    bool help = false;
+    bool listBoards = false;
+    uint32_t board = 0;         // simulated board; 0 = none given
+    std::string sandbox;        // sandbox directory to keep (empty: a temporary one)
+    bool reuseSandbox = false;  // attach to a sandbox built by an earlier invocation
+    std::vector<std::string> command;  // e.g. {"led", "front", "set", "40"}
+};
+
+// Thrown for bad input; main prints the message and the usage and exits with status 2.
+struct UsageError {
+    std::string message;
+};
+
+Options parseOptions(int argc, char** argv);
+const char* usageText();
+// "0xA533", "a533", "A533" -> 0xA533; throws UsageError.
+uint32_t parseBoard(const std::string& text);
+// A whole decimal int; throws UsageError naming what.
+int parseInt(const std::string& text, const char* what);
+
+}  // namespace orva::tool

@@ -1,0 +1,115 @@
+#include "Report.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+
+namespace orva::tool {
+
+LogCollector::LogCollector() {
+    orva::host::setLogEcho(false);
+    orva::host::setLogSink([this](const orva::host::LogRecord& record) { records_.push_back(record); });
+}
+
+LogCollector::~LogCollector() {
+    orva::host::setLogSink(nullptr);
+    orva::host::setLogEcho(true);
+}
+
+std::string escapeBytes(const std::string& bytes) {
+    std::string text;
+    for (const char c : bytes) {
+        const unsigned char byte = static_cast<unsigned char>(c);
+        if (byte == 0) {
+            text += "\\0";
+        } else if (byte == '\n') {
+            text += "\\n";
+        } else if (byte == '\\' || byte == '"') {
+            text += '\\';
+            text += c;
+        } else if (byte < 0x20 || byte >= 0x7f) {
+            char escaped[8];
+            snprintf(escaped, sizeof(escaped), "\\x%02x", byte);
+            text += escaped;
+        } else {
+            text += c;
+        }
+    }
+    return text;
+}
+
+namespace {
+
+std::string openFlags(int flags) {
+    std::string text;
+    switch (flags & O_ACCMODE) {
+    case O_RDONLY: text = "O_RDONLY"; break;
+    case O_WRONLY: text = "O_WRONLY"; break;
+    default: text = "O_RDWR"; break;
+    }
+    if (flags & O_CREAT) text += "|O_CREAT";
+    if (flags & O_TRUNC) text += "|O_TRUNC";
+    return text;
+}
+
+std::string outcome(const orva::sim::JournalEntry& entry) {
+    if (entry.result < 0) return "-1 (" + std::string(strerror(entry.error)) + ")";
+    return std::to_string(entry.result);
+}
+
+}  // namespace
+
+std::string describe(const orva::sim::JournalEntry& entry) {
+    using orva::sim::Call;
+    char line[512];
+    switch (entry.call) {
+    case Call::Open:
+        snprintf(line, sizeof(line), "open  %s %s 0%o -> %s", entry.path.c_str(), openFlags(entry.flags).c_str(),
+                 entry.mode, outcome(entry).c_str());
+        break;
+    case Call::Read:
+        snprintf(line, sizeof(line), "read  %s fd %d @%lld up to %zu -> %s \"%s\"", entry.path.c_str(), entry.fd,
+                 entry.offset, entry.count, outcome(entry).c_str(), escapeBytes(entry.bytes).c_str());
+        break;
+    case Call::Write:
+        snprintf(line, sizeof(line), "write %s fd %d @%lld \"%s\" (%zu bytes) -> %s", entry.path.c_str(), entry.fd,
+                 entry.offset, escapeBytes(entry.bytes).c_str(), entry.bytes.size(), outcome(entry).c_str());
+        break;
+    case Call::Close:
+        snprintf(line, sizeof(line), "close %s fd %d -> %s", entry.path.empty() ? "(not simulated)" : entry.path.c_str(),
+                 entry.fd, outcome(entry).c_str());
+        break;
+    case Call::Sleep:
+        snprintf(line, sizeof(line), "sleep %zu us", entry.count);
+        break;
+    case Call::Exec: {
+        std::string arguments;
+        for (const std::string& argument : entry.arguments) arguments += " " + argument;
+        snprintf(line, sizeof(line), "exec  %s%s -> %s", entry.path.c_str(), arguments.c_str(), outcome(entry).c_str());
+        break;
+    }
+    case Call::Shm:
+        snprintf(line, sizeof(line), "shm   %s -> %s", entry.path.c_str(), outcome(entry).c_str());
+        break;
+    }
+    return line;
+}
+
+void printJournal(FILE* out, const std::vector<orva::sim::JournalEntry>& journal) {
+    fprintf(out, "kernel calls (virtual time):\n");
+    if (journal.empty()) fprintf(out, "  (none)\n");
+    for (const orva::sim::JournalEntry& entry : journal) {
+        fprintf(out, "  [%5llu.%03llu ms] %s\n", static_cast<unsigned long long>(entry.timeUs / 1000),
+                static_cast<unsigned long long>(entry.timeUs % 1000), describe(entry).c_str());
+    }
+}
+
+void printLog(FILE* out, const std::vector<orva::host::LogRecord>& records) {
+    fprintf(out, "log records:\n");
+    if (records.empty()) fprintf(out, "  (none)\n");
+    for (const orva::host::LogRecord& record : records) {
+        fprintf(out, "  %s\n", orva::host::formatRecord(record).c_str());
+    }
+}
+
+}  // namespace orva::tool

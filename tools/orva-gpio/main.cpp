@@ -1,0 +1,75 @@
+// orva-gpio: drives the library's LED faces (and later buttons) on a simulated board or a camera,
+// and shows what reached the kernel.
+#include <cstdio>
+#include <exception>
+#include <memory>
+
+#include "Commands.h"
+#include "Options.h"
+#include "Report.h"
+#include "orva/sim/SimBoard.h"
+
+using namespace orva::tool;
+
+namespace {
+
+int usage(const std::string& message) {
+    fprintf(stderr, "orva-gpio: %s\n\n%s", message.c_str(), usageText());
+    return 2;
+}
+
+int listBoards() {
+    for (const uint32_t sysid : orva::sim::BoardProfile::available()) {
+        const orva::sim::BoardProfile profile = orva::sim::BoardProfile::load(sysid);
+        printf("0x%04X  %s\n", sysid, profile.name.c_str());
+    }
+    return 0;
+}
+
+int run(const Options& options) {
+    if (options.help) {
+        printf("%s", usageText());
+        return 0;
+    }
+    if (options.listBoards) return listBoards();
+    if (options.command.empty()) throw UsageError{"no command given"};
+    if (options.board == 0) {
+        throw UsageError{"this build drives simulated boards only: give --board SYSID (see --list-boards)"};
+    }
+    const std::string profileFile = orva::sim::BoardProfile::fileFor(options.board);
+    char sysid[16];
+    snprintf(sysid, sizeof(sysid), "0x%04X", options.board);
+    bool known = false;
+    for (const uint32_t board : orva::sim::BoardProfile::available()) known = known || board == options.board;
+    if (!known) throw UsageError{std::string("unknown board ") + sysid + " (see --list-boards)"};
+
+    orva::sim::SimBoard board(options.board, options.sandbox, options.reuseSandbox);
+    printf("board %s: %s\nsandbox %s\n", sysid, board.profile().name.c_str(), board.sandbox().root().c_str());
+    Context context;
+    context.board = &board;
+    const std::string group = options.command[0];
+    const std::vector<std::string> words(options.command.begin() + 1, options.command.end());
+    int status;
+    LogCollector log;
+    if (group == "led") {
+        status = runLedCommand(words, context);
+    } else {
+        throw UsageError{"unknown command '" + group + "'"};
+    }
+    printJournal(stdout, board.journal());
+    printLog(stdout, log.records());
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(parseOptions(argc, argv));
+    } catch (const UsageError& error) {
+        return usage(error.message);
+    } catch (const std::exception& error) {
+        fprintf(stderr, "orva-gpio: %s\n", error.what());
+        return 1;
+    }
+}
