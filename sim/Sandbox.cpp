@@ -114,6 +114,7 @@ Sandbox::Sandbox(const std::string& directory) : state_(new State) {
 }
 
 Sandbox::~Sandbox() {
+    for (auto it = state_->cleanups.rbegin(); it != state_->cleanups.rend(); ++it) (*it)();
     gActiveSandbox = nullptr;
     if (state_->ownsRoot) removeTree(state_->root);
     delete state_;
@@ -202,6 +203,8 @@ void Sandbox::zeroDescriptor(const std::string& path, int times) {
     fault.times = times;
     inject(path, fault);
 }
+
+void Sandbox::addCleanup(std::function<void()> cleanup) { state_->cleanups.push_back(std::move(cleanup)); }
 
 void Sandbox::clearFaults() { state_->faults.clear(); }
 

@@ -18,6 +18,7 @@ struct Sandbox::State {
     std::vector<std::pair<std::string, Fault>> faults;
     uint64_t virtualUs = 0;
     std::vector<uint64_t> sleeps;
+    std::vector<std::function<void()>> cleanups;
 };
 
 // Virtual CLOCK_MONOTONIC at the start of a sandbox.

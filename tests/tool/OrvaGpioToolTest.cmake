@@ -18,8 +18,9 @@ endfunction()
 
 run_tool(0 --board 0xA533 led front set 40)
 expect_in("${tool_out}" "led front: set 40 -> ok")
-expect_in("${tool_out}" "open  /sys/class/backlight/3.pwm_bl/brightness O_RDWR|O_CREAT|O_TRUNC 0666 -> 3")
-expect_in("${tool_out}" "write /sys/class/backlight/3.pwm_bl/brightness fd 3 @0 \"39\\0\" (3 bytes) -> 3")
+expect_in("${tool_out}" "open  /sys/class/backlight/3.pwm_bl/brightness O_RDWR|O_CREAT|O_TRUNC 0666 -> ")
+expect_in("${tool_out}" "] write /sys/class/backlight/3.pwm_bl/brightness fd ")
+expect_in("${tool_out}" " @0 \"39\\0\" (3 bytes) -> 3\n")
 
 run_tool(0 --board 0xA5A4 led front set 40)
 expect_in("${tool_out}" "this board has no such LED")

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -82,6 +83,9 @@ public:
     void advanceMs(uint64_t ms) { advanceUs(ms * 1000u); }
     // Every sleep the process requested, in microseconds.
     const std::vector<uint64_t>& sleeps() const;
+
+    // Runs when the sandbox ends, newest first (simulated segments, program stand-ins, ...).
+    void addCleanup(std::function<void()> cleanup);
 
     // Internal: journals a call made through one of the hooks.
     void record(JournalEntry entry);
