@@ -108,9 +108,10 @@ int simulatedOpen(Sandbox::State* state, const char* path, int flags, mode_t mod
         return -1;
     }
     const std::string file = state->root + path;
-    struct stat info {};
+    // stat64: on 32-bit targets plain stat fails with EOVERFLOW on 64-bit inode numbers.
+    struct stat64 info {};
     int error = 0;
-    if (stat(file.c_str(), &info) == 0) {
+    if (stat64(file.c_str(), &info) == 0) {
         if (S_ISDIR(info.st_mode)) {
             error = (flags & O_ACCMODE) == O_RDONLY ? 0 : EISDIR;
         } else if ((flags & O_ACCMODE) != O_RDONLY && (info.st_mode & 0222) == 0) {
@@ -120,8 +121,8 @@ int simulatedOpen(Sandbox::State* state, const char* path, int flags, mode_t mod
         }
     } else {
         const std::string directory = file.substr(0, file.rfind('/'));
-        struct stat parent {};
-        const bool parentExists = stat(directory.c_str(), &parent) == 0 && S_ISDIR(parent.st_mode);
+        struct stat64 parent {};
+        const bool parentExists = stat64(directory.c_str(), &parent) == 0 && S_ISDIR(parent.st_mode);
         error = (parentExists && (flags & O_CREAT)) ? EACCES : ENOENT;
     }
     int fd = -1;
@@ -296,7 +297,7 @@ uint64_t addSleep(Sandbox::State* state, uint64_t us) {
     state->sleeps.push_back(us);
     JournalEntry entry;
     entry.call = Call::Sleep;
-    entry.count = us;
+    entry.count = static_cast<size_t>(us);
     orva::sim::gActiveSandbox->record(entry);
     return us;
 }

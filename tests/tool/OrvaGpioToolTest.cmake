@@ -1,4 +1,7 @@
 # Runs orva-gpio as a user would and checks its output and exit status.
+# EMULATOR: empty, or the emulator command with its arguments joined by '|'.
+string(REPLACE "|" ";" EMULATOR "${EMULATOR}")
+
 function(run_tool expected_status)
   execute_process(COMMAND ${EMULATOR} ${TOOL} ${ARGN}
     RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)

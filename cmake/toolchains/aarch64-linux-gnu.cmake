@@ -1,0 +1,18 @@
+# 64-bit ARM Linux with Debian's cross compiler: the same sources on a 64-bit ARM userland. Target
+# programs (tests, test discovery, the tool) run under qemu-aarch64 against the cross sysroot.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(ORVA_TARGET_TRIPLET aarch64-linux-gnu)
+
+set(CMAKE_C_COMPILER ${ORVA_TARGET_TRIPLET}-gcc)
+set(CMAKE_CXX_COMPILER ${ORVA_TARGET_TRIPLET}-g++)
+set(CMAKE_LIBRARY_ARCHITECTURE ${ORVA_TARGET_TRIPLET})
+
+find_program(ORVA_QEMU qemu-aarch64 REQUIRED)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${ORVA_QEMU} -L /usr/${ORVA_TARGET_TRIPLET})
+
+set(CMAKE_FIND_ROOT_PATH /usr/${ORVA_TARGET_TRIPLET})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
