@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "orva/platform.h"
+#include "orva/sim/SharedMemory.h"
 
 #ifndef ORVA_BOARDS_DIR
 #error "ORVA_BOARDS_DIR must name the boards/ folder"
@@ -114,6 +115,21 @@ BoardProfile BoardProfile::parse(const std::string& text, const std::string& ori
             std::string path;
             if (!(words >> path) || !isSimulatedPath(path.c_str())) throw std::runtime_error(where + ": dir PATH");
             profile.directories.push_back(path);
+        } else if (verb == "shm") {
+            Segment segment;
+            std::string key, size, byte;
+            if (!(words >> key >> size)) throw std::runtime_error(where + ": shm KEY SIZE [OFFSET=BYTE ...]");
+            segment.key = static_cast<int>(parseUnsigned(key, where));
+            segment.size = static_cast<size_t>(parseUnsigned(size, where));
+            while (words >> byte) {
+                const size_t equals = byte.find('=');
+                if (equals == std::string::npos) throw std::runtime_error(where + ": not OFFSET=BYTE: " + byte);
+                const unsigned long long offset = parseUnsigned(byte.substr(0, equals), where);
+                const unsigned long long value = parseUnsigned(byte.substr(equals + 1), where);
+                if (offset >= segment.size || value > 0xFF) throw std::runtime_error(where + ": byte out of range: " + byte);
+                segment.bytes.emplace_back(static_cast<size_t>(offset), static_cast<uint8_t>(value));
+            }
+            profile.segments.push_back(segment);
         } else {
             throw std::runtime_error(where + ": unknown line: " + verb);
         }
@@ -149,6 +165,10 @@ SimBoard::SimBoard(const BoardProfile& profile, const std::string& sandboxDirect
     for (const std::string& directory : profile_.directories) sandbox_->addDirectory(directory);
     for (const BoardProfile::Attribute& attribute : profile_.attributes) {
         sandbox_->addAttribute(attribute.path, attribute.value, attribute.mode);
+    }
+    for (const BoardProfile::Segment& segment : profile_.segments) {
+        SharedMemory::create(segment.key, segment.size);
+        for (const auto& byte : segment.bytes) SharedMemory::setByte(segment.key, byte.first, byte.second);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orva/sim/Sandbox.h"
@@ -27,6 +28,13 @@ struct BoardProfile {
     std::vector<InfoKey> info;
     std::vector<Attribute> attributes;
     std::vector<std::string> directories;
+    // System V segments another process keeps on the board: zero-filled, then the listed bytes set.
+    struct Segment {
+        int key = 0;
+        size_t size = 0;
+        std::vector<std::pair<size_t, uint8_t>> bytes;  // offset, value
+    };
+    std::vector<Segment> segments;
 
     // Reads boards/<sysid>.board; throws std::runtime_error with the line on a malformed file.
     static BoardProfile load(uint32_t sysid);
