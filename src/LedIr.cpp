@@ -136,6 +136,16 @@ bool LedIr::isManagedByMcu() const { return false; }
 int LedIr::rangeMin() const { return minValue; }
 int LedIr::rangeMax() const { return maxValue; }
 
+bool LedIr::writeAutoMode() {
+    ORVA_LOG(kLogError, 0, "Not supported");
+    return false;
+}
+
+bool LedIr::readAutoMode(bool&) {
+    ORVA_LOG(kLogError, 0, "Not supported");
+    return false;
+}
+
 bool LedIr::isStatusLight() const {
     if (!exists()) return false;
     if (orva::gpioutils::boardId() == kStatusLightBoard) return true;
