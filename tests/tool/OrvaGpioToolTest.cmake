@@ -45,3 +45,71 @@ run_tool(2 --board zz led front set 4)
 expect_in("${tool_err}" "not a board identifier")
 run_tool(2)
 expect_in("${tool_err}" "no command given")
+
+# Buttons: a scripted press on virtual time prints the press, held events every 100 ms and the
+# release with its duration.
+set(button_events "[   100 ms] pressed\n[   110 ms] held 10 ms\n[   210 ms] held 110 ms\n[   310 ms] held 210 ms\n[   410 ms] held 310 ms\n")
+run_tool(0 --board 0xA575 button ring watch --press-at 100 --release-at 450 --for 600)
+expect_in("${tool_out}" "button ring: RingButton on /proc/gpio/ring_btn\n")
+expect_in("${tool_out}" "[   100 ms] input pressed (/proc/gpio/ring_btn = 0)\n${button_events}")
+expect_in("${tool_out}" "[   450 ms] input released (/proc/gpio/ring_btn = 1)\n[   450 ms] released after 350 ms\n")
+expect_in("${tool_out}" "button ring: 1 press, 4 held events, 1 release\n")
+expect_in("${tool_out}" "open  /proc/gpio/ring_btn O_RDWR|O_CREAT|O_TRUNC 0666 -> ")
+expect_in("${tool_out}" "] read  /proc/gpio/ring_btn fd ")
+expect_in("${tool_out}" " @0 up to 15 -> 2 \"0\\n\"\n  ... 34 more identical reads, the last at [  440.000 ms]\n")
+
+run_tool(0 --board 0xA564 button reset watch --press-at 100 --release-at 450 --for 600)
+expect_in("${tool_out}" "[   100 ms] input pressed (byte 271 of segment 0x162F = 0)\n${button_events}")
+expect_in("${tool_out}" "[   450 ms] released after 350 ms\n")
+expect_in("${tool_out}" "] shm   shmget(0x162f, 0, 0) -> ")
+expect_in("${tool_out}" ", NULL, SHM_RDONLY) -> 0x")
+expect_in("${tool_out}" ", IPC_STAT, ")
+expect_in("${tool_out}" ") -> 0 (size 512)\n")
+expect_in("${tool_out}" "[  600.000 ms] shm   shmdt(0x")
+
+# The reset button keeps its 100 ms interval whatever the user asks.
+run_tool(0 --board 0xA533 button reset watch --press-at 0 --release-at 250 --hold 30)
+expect_in("${tool_out}" "held events every 100 ms (the reset button ignores --hold)")
+expect_in("${tool_out}" "[    10 ms] held 10 ms\n[   110 ms] held 110 ms\n[   210 ms] held 210 ms\n[   250 ms] input released")
+
+run_tool(0 --board 0xA533 button ring watch)
+expect_in("${tool_out}" "button ring: board 0xA533 has no ring button; nothing to watch\n")
+run_tool(1 --board 0xA533 button enclosure press)
+expect_in("${tool_out}" "button enclosure: board 0xA533 has no enclosure detector to press\n")
+run_tool(2 --board 0xA533 button bell watch)
+expect_in("${tool_err}" "unknown button 'bell'")
+run_tool(2 --board 0xA575 button ring watch --release-at 10 --press-at 20)
+expect_in("${tool_err}" "--release-at must come after --press-at")
+
+# A second invocation on the same sandbox directory presses the button a running watch polls.
+find_program(SHELL_PROGRAM sh)
+if(SHELL_PROGRAM)
+  string(REPLACE ";" " " tool_command "${EMULATOR};${TOOL}")
+  set(dir "${CMAKE_CURRENT_BINARY_DIR}/orva-gpio-button-sandbox")
+  file(REMOVE_RECURSE "${dir}")
+  execute_process(COMMAND ${SHELL_PROGRAM} -c "
+    T='${tool_command}'; D='${dir}'
+    $T --board 0xA564 --sandbox \"$D\" button reset watch --for 30000 --until-released > \"$D.out\" 2>&1 &
+    watcher=$!
+    i=0; while [ ! -e \"$D/sysv-shm/0x162f\" ] && [ $i -lt 400 ]; do sleep 0.05; i=$((i+1)); done
+    $T --board 0xA564 --sandbox \"$D\" --reuse button reset press || exit 1
+    sleep 0.3
+    $T --board 0xA564 --sandbox \"$D\" --reuse button reset release || exit 1
+    wait $watcher"
+    RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  file(READ "${dir}.out" watch_out)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "press from a second process: status ${status}\n${out}\n${err}\n${watch_out}")
+  endif()
+  expect_in("${out}" "button reset: input pressed (byte 271 of segment 0x162F = 0)")
+  expect_in("${out}" "button reset: input released (byte 271 of segment 0x162F = 1)")
+  expect_in("${watch_out}" "(real time)\n")
+  expect_in("${watch_out}" " ms] pressed\n")
+  expect_in("${watch_out}" " ms] released after ")
+  expect_in("${watch_out}" "button reset: 1 press, ")
+  if(EXISTS "${dir}/sysv-shm/0x162f")
+    message(FATAL_ERROR "the watch left its segment record behind")
+  endif()
+  file(REMOVE_RECURSE "${dir}")
+  file(REMOVE "${dir}.out")
+endif()

@@ -23,4 +23,9 @@ int runLedCommand(const std::vector<std::string>& words, Context& context);
 // One line per LED face: "front   front light".
 std::string ledFaceList();
 
+// "button NAME watch|press|release": events of one button or detector, or its simulated input.
+int runButtonCommand(const std::vector<std::string>& words, Context& context);
+// One line per button: "reset   reset button".
+std::string buttonList();
+
 }  // namespace orva::tool

@@ -20,8 +20,18 @@ const char* usageText() {
            "  led FACE on | off         switch fully on or off\n"
            "  led FACE brightness PCT   brightness 0..100 applied to the value\n"
            "  led FACE get              read the device value back\n"
+           "  button NAME watch [--for MS] [--poll MS] [--hold MS] [--until-released]\n"
+           "                            poll a button and print pressed, held and released events\n"
+           "                            as they come (real time; --poll default 10, --hold 100)\n"
+           "  button NAME watch --press-at MS --release-at MS [--for MS]\n"
+           "                            the same on virtual time, pressing the simulated input\n"
+           "  button NAME press | release\n"
+           "                            change the simulated input; with --sandbox DIR --reuse it\n"
+           "                            reaches a watch running on DIR in another terminal\n"
            "\n"
-           "LED faces: front (front light), power (power LED)\n";
+           "LED faces: front (front light), power (power LED)\n"
+           "buttons: reset (reset button), ring (ring button), enclosure (enclosure detector),\n"
+           "         dc (DC-cable detector)\n";
 }
 
 uint32_t parseBoard(const std::string& text) {

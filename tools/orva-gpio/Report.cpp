@@ -57,6 +57,13 @@ std::string outcome(const orva::sim::JournalEntry& entry) {
     return std::to_string(entry.result);
 }
 
+// Reads that differ only in their time.
+bool sameRead(const orva::sim::JournalEntry& a, const orva::sim::JournalEntry& b) {
+    return a.call == orva::sim::Call::Read && b.call == orva::sim::Call::Read && a.path == b.path && a.fd == b.fd &&
+           a.offset == b.offset && a.count == b.count && a.bytes == b.bytes && a.result == b.result &&
+           a.error == b.error;
+}
+
 }  // namespace
 
 std::string describe(const orva::sim::JournalEntry& entry) {
@@ -88,9 +95,22 @@ std::string describe(const orva::sim::JournalEntry& entry) {
         snprintf(line, sizeof(line), "exec  %s%s -> %s", entry.path.c_str(), arguments.c_str(), outcome(entry).c_str());
         break;
     }
-    case Call::Shm:
-        snprintf(line, sizeof(line), "shm   %s -> %s", entry.path.c_str(), outcome(entry).c_str());
+    case Call::Shm: {
+        // The simulator journals System V calls with their arguments as text; shmat returns an address.
+        std::string arguments;
+        for (const std::string& argument : entry.arguments) arguments += (arguments.empty() ? "" : ", ") + argument;
+        std::string result = outcome(entry);
+        if (entry.path == "shmat" && entry.result != -1) {
+            char address[32];
+            snprintf(address, sizeof(address), "%#llx", static_cast<unsigned long long>(entry.result));
+            result = address;
+        }
+        if (entry.path == "shmctl" && entry.result == 0 && entry.count != 0) {
+            result += " (size " + std::to_string(entry.count) + ")";
+        }
+        snprintf(line, sizeof(line), "shm   %s(%s) -> %s", entry.path.c_str(), arguments.c_str(), result.c_str());
         break;
+    }
     }
     return line;
 }
@@ -98,9 +118,19 @@ std::string describe(const orva::sim::JournalEntry& entry) {
 void printJournal(FILE* out, const std::vector<orva::sim::JournalEntry>& journal) {
     fprintf(out, "kernel calls (virtual time):\n");
     if (journal.empty()) fprintf(out, "  (none)\n");
-    for (const orva::sim::JournalEntry& entry : journal) {
+    for (size_t i = 0; i < journal.size(); ++i) {
+        const orva::sim::JournalEntry& entry = journal[i];
         fprintf(out, "  [%5llu.%03llu ms] %s\n", static_cast<unsigned long long>(entry.timeUs / 1000),
                 static_cast<unsigned long long>(entry.timeUs % 1000), describe(entry).c_str());
+        // A polled input repeats the same read many times: one line for the run of them.
+        size_t last = i;
+        while (last + 1 < journal.size() && sameRead(entry, journal[last + 1])) ++last;
+        if (last > i + 1) {
+            const uint64_t lastUs = journal[last].timeUs;
+            fprintf(out, "  ... %zu more identical reads, the last at [%5llu.%03llu ms]\n", last - i,
+                    static_cast<unsigned long long>(lastUs / 1000), static_cast<unsigned long long>(lastUs % 1000));
+            i = last;
+        }
     }
 }
 
