@@ -23,6 +23,9 @@ int runLedCommand(const std::vector<std::string>& words, Context& context);
 // One line per LED face: "front   front light".
 std::string ledFaceList();
 
+// "ir [--hwrev N] [--sstar] STEP [then STEP ...]": the infrared light, white light and accessory IR.
+int runIrCommand(const std::vector<std::string>& words, Context& context);
+
 // "button NAME watch|press|release": events of one button or detector, or its simulated input.
 int runButtonCommand(const std::vector<std::string>& words, Context& context);
 // One line per button: "reset   reset button".

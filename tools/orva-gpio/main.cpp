@@ -53,6 +53,8 @@ int run(const Options& options) {
     LogCollector log;
     if (group == "led") {
         status = runLedCommand(words, context);
+    } else if (group == "ir") {
+        status = runIrCommand(words, context);
     } else if (group == "button") {
         status = runButtonCommand(words, context);
     } else {
