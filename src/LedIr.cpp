@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
