@@ -320,6 +320,24 @@ TEST(LedIr, DescriptorZeroIsAFailedOpenThatTheDestructorStillCloses) {
     EXPECT_EQ(closes[2].fd, 0);
 }
 
+TEST(LedIr, FailingCloseDoesNotStopTheDestructor) {
+    SimBoard board(0xA598);
+    LogCapture log;
+    {
+        LedIr led;
+        ASSERT_TRUE(led.init("ir"));
+        log.clear();
+        board.sandbox().clearJournal();
+        board.sandbox().failCalls(kBacklight0, Call::Close, EIO);
+        board.sandbox().failCalls(kPwm1, Call::Close, EIO);
+    }
+    std::vector<std::string> closes;
+    for (const JournalEntry& entry : calls(board.journal(), Call::Close)) closes.push_back(entry.path);
+    EXPECT_THAT(closes, ElementsAre(kBacklight0, kPwm9, kPwm1, kPwm0));
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
 TEST(LedIr, InterruptedOpensAreRetried) {
     SimBoard board(0xA5A6);
     LogCapture log;
