@@ -1,8 +1,21 @@
 #!/usr/bin/env bash
-# Builds and runs the whole test suite from a fresh clone, installing what it needs.
+# Builds and runs the whole test suite from a fresh clone, installing what it needs: natively
+# (release preset) and cross-built for the camera's 32-bit ARM target under qemu-arm (arm preset).
+# Usage: scripts/test.sh [--aarch64]   (--aarch64: also the 64-bit ARM suite under qemu-aarch64)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-deps.sh
-cmake --preset release
-cmake --build --preset release
-ctest --preset release
+presets=(release arm)
+cross_packages=(g++-arm-linux-gnueabihf qemu-user googletest)
+for argument in "$@"; do
+  case $argument in
+    --aarch64) presets+=(aarch64) cross_packages+=(g++-aarch64-linux-gnu) ;;
+    *) echo "usage: scripts/test.sh [--aarch64]" >&2; exit 2 ;;
+  esac
+done
+scripts/install-deps.sh "${cross_packages[@]}"
+for preset in "${presets[@]}"; do
+  echo "== $preset"
+  cmake --preset "$preset"
+  cmake --build --preset "$preset"
+  ctest --preset "$preset"
+done

@@ -20,7 +20,12 @@ std::string fatalPattern(const std::string& key, const std::string& text) {
 class CameraInfoLookup : public testing::Test {
 protected:
     void SetUp() override {
+#ifdef ORVA_TEST_UNDER_EMULATOR
+        // A user-mode emulator cannot re-execute the test binary for the child (no binfmt handler).
+        testing::FLAGS_gtest_death_test_style = "fast";
+#else
         testing::FLAGS_gtest_death_test_style = "threadsafe";
+#endif
         CameraInfo::instance().Free();
         CameraInfo::instance().IsArray(false);
     }
