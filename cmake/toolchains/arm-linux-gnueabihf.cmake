@@ -8,10 +8,10 @@ set(CMAKE_C_COMPILER ${ORVA_TARGET_TRIPLET}-gcc)
 set(CMAKE_CXX_COMPILER ${ORVA_TARGET_TRIPLET}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${ORVA_TARGET_TRIPLET})
 
-find_program(ORVA_QEMU qemu-arm REQUIRED)
 # The "parameter passing changed in GCC 7.1" notes concern code built by older compilers only.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
+find_program(ORVA_QEMU qemu-arm REQUIRED)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${ORVA_QEMU} -L /usr/${ORVA_TARGET_TRIPLET})
 
 set(CMAKE_FIND_ROOT_PATH /usr/${ORVA_TARGET_TRIPLET})
