@@ -12,6 +12,7 @@
 #include <sys/types.h>
 #include <sys/wait.h>
 
+#include "RealFunctions.h"
 #include "orva/sim/Programs.h"
 #include "orva/sim/Sandbox.h"
 
@@ -36,18 +37,6 @@ constexpr pid_t kFirstStandInPid = 0x40000000;
 
 ProgramTable* gPrograms = nullptr;
 
-void* nextSymbol(const char* name) {
-    void* symbol = dlsym(RTLD_NEXT, name);
-    if (symbol == nullptr) {
-        fprintf(stderr, "orva-sim: cannot resolve %s: %s\n", name, dlerror());
-        abort();
-    }
-    return symbol;
-}
-
-#define ORVA_REAL(name)                                      \
-    static decltype(&::name) real = nullptr;                 \
-    if (real == nullptr) real = reinterpret_cast<decltype(&::name)>(nextSymbol(#name))
 
 ProgramTable& tableOf(Sandbox& sandbox) {
     if (gPrograms == nullptr || gPrograms->owner != &sandbox) {

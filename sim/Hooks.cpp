@@ -12,6 +12,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include "RealFunctions.h"
 #include "SimState.h"
 
 namespace orva::sim {
@@ -21,38 +22,10 @@ extern Sandbox* gActiveSandbox;
 using orva::sim::Call;
 using orva::sim::Fault;
 using orva::sim::JournalEntry;
+using orva::sim::HookScope;
 using orva::sim::Sandbox;
 
 namespace {
-
-thread_local bool tInHook = false;
-
-// Resolves the next definition of a libc function once; fails loudly when it cannot.
-void* nextSymbol(const char* name) {
-    void* symbol = dlsym(RTLD_NEXT, name);
-    if (symbol == nullptr) {
-        fprintf(stderr, "orva-sim: cannot resolve %s: %s\n", name, dlerror());
-        abort();
-    }
-    return symbol;
-}
-
-#define ORVA_REAL(name)                                                              \
-    static decltype(&::name) real = nullptr;                                         \
-    if (real == nullptr) real = reinterpret_cast<decltype(&::name)>(nextSymbol(#name))
-
-// Holds the recursion flag for the duration of one simulated call.
-class HookScope {
-public:
-    HookScope() : entered_(!tInHook) { tInHook = true; }
-    ~HookScope() {
-        if (entered_) tInHook = false;
-    }
-    bool entered() const { return entered_; }
-
-private:
-    bool entered_;
-};
 
 Sandbox::State* activeState() {
     Sandbox* sandbox = orva::sim::gActiveSandbox;

@@ -15,45 +15,34 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "RealFunctions.h"
 #include "SimState.h"
 #include "orva/sim/SharedMemory.h"
 
 using orva::sim::Call;
 using orva::sim::Fault;
 using orva::sim::JournalEntry;
+using orva::sim::HookScope;
 using orva::sim::Sandbox;
 
 namespace {
 
-thread_local bool tInShmHook = false;
 
-void* nextSymbol(const char* name) {
-    void* symbol = dlsym(RTLD_NEXT, name);
-    if (symbol == nullptr) {
-        fprintf(stderr, "orva-sim: cannot resolve %s: %s\n", name, dlerror());
-        abort();
-    }
-    return symbol;
-}
-
-#define ORVA_REAL_SHM(name)                      \
-    static decltype(&::name) real = nullptr;     \
-    if (real == nullptr) real = reinterpret_cast<decltype(&::name)>(nextSymbol(#name))
 
 int realShmget(key_t key, size_t size, int flags) {
-    ORVA_REAL_SHM(shmget);
+    ORVA_REAL(shmget);
     return real(key, size, flags);
 }
 void* realShmat(int id, const void* address, int flags) {
-    ORVA_REAL_SHM(shmat);
+    ORVA_REAL(shmat);
     return real(id, address, flags);
 }
 int realShmctl(int id, int command, struct shmid_ds* status) {
-    ORVA_REAL_SHM(shmctl);
+    ORVA_REAL(shmctl);
     return real(id, command, status);
 }
 int realShmdt(const void* address) {
-    ORVA_REAL_SHM(shmdt);
+    ORVA_REAL(shmdt);
     return real(address);
 }
 
@@ -183,18 +172,6 @@ bool takeFault(Sandbox& sandbox, const char* function, Fault& taken) {
     return false;
 }
 
-// Holds the recursion flag for one hooked call.
-class ShmHookScope {
-public:
-    ShmHookScope() : entered_(!tInShmHook) { tInShmHook = true; }
-    ~ShmHookScope() {
-        if (entered_) tInShmHook = false;
-    }
-    bool entered() const { return entered_; }
-
-private:
-    bool entered_;
-};
 
 JournalEntry shmEntry(const char* function, std::vector<std::string> arguments) {
     JournalEntry entry;
@@ -249,7 +226,7 @@ int failWith(JournalEntry& entry, Sandbox& sandbox, int error) {
 extern "C" {
 
 int shmget(key_t key, size_t size, int flags) {
-    ShmHookScope scope;
+    HookScope scope;
     ShmState* state = scope.entered() ? activeState() : nullptr;
     if (state == nullptr || state->keys.count(key) == 0) return realShmget(key, size, flags);
     Sandbox& sandbox = *state->sandbox;
@@ -276,7 +253,7 @@ int shmget(key_t key, size_t size, int flags) {
 }
 
 void* shmat(int id, const void* address, int flags) {
-    ShmHookScope scope;
+    HookScope scope;
     ShmState* state = scope.entered() ? activeState() : nullptr;
     if (state == nullptr || segmentWithId(*state, id) == nullptr) return realShmat(id, address, flags);
     Sandbox& sandbox = *state->sandbox;
@@ -299,7 +276,7 @@ void* shmat(int id, const void* address, int flags) {
 }
 
 int shmctl(int id, int command, struct shmid_ds* status) {
-    ShmHookScope scope;
+    HookScope scope;
     ShmState* state = scope.entered() ? activeState() : nullptr;
     if (state == nullptr || segmentWithId(*state, id) == nullptr) return realShmctl(id, command, status);
     Sandbox& sandbox = *state->sandbox;
@@ -318,7 +295,7 @@ int shmctl(int id, int command, struct shmid_ds* status) {
 
 // Every detach in a sandbox is journaled: the library also detaches what it never attached.
 int shmdt(const void* address) {
-    ShmHookScope scope;
+    HookScope scope;
     ShmState* state = scope.entered() ? activeState() : nullptr;
     if (state == nullptr) return realShmdt(address);
     Sandbox& sandbox = *state->sandbox;
