@@ -106,6 +106,18 @@ bool usesFactoryTool() {
 // Whether cur has passed target, travelling down when down is set and up otherwise.
 bool beyond(int cur, int target, bool down) { return down ? cur < target : cur > target; }
 
+// One fade pass of a channel: moves cur one step toward target. A value already past the target
+// is clamped to it; a step that overshoots writes nothing, so the next pass writes the target
+// itself. Returns whether cur is to be written this pass.
+bool advance(int& cur, int target, int step, bool down) {
+    if (beyond(cur, target, down)) {
+        cur = target;
+        return true;
+    }
+    cur += step;
+    return !beyond(cur, target, down);
+}
+
 }  // namespace
 
 LedIr::LedIr()
@@ -278,22 +290,12 @@ bool LedIr::fadeInOut(int from1, int to1, bool dual, int from2, int to2) {
         if (to1 == -1) {
             if (to2 == -1) return true;
             done1 = true;
-        } else {
-            // A step that overshoots writes nothing; the next pass writes the target itself.
-            bool write = true;
-            if (beyond(cur1, to1, down1)) {
-                cur1 = to1;
-            } else {
-                cur1 += step1;
-                write = !beyond(cur1, to1, down1);
+        } else if (advance(cur1, to1, step1, down1)) {
+            if (!stepWrite(primaryFd, cur1)) {
+                ORVA_LOG(kLogError, 0, "fadeInOut stepWrite IR1 fail");
+                return false;
             }
-            if (write) {
-                if (!stepWrite(primaryFd, cur1)) {
-                    ORVA_LOG(kLogError, 0, "fadeInOut stepWrite IR1 fail");
-                    return false;
-                }
-                done1 = cur1 == to1;
-            }
+            done1 = cur1 == to1;
         }
 
         if (to2 == -1) {
@@ -302,14 +304,7 @@ bool LedIr::fadeInOut(int from1, int to1, bool dual, int from2, int to2) {
             usleep(kFadePassUs);
             continue;
         }
-        bool write = true;
-        if (beyond(cur2, to2, down2)) {
-            cur2 = to2;
-        } else {
-            cur2 += step2;
-            write = !beyond(cur2, to2, down2);
-        }
-        if (write) {
+        if (advance(cur2, to2, step2, down2)) {
             if (!stepWrite(secondaryFd, cur2)) {
                 ORVA_LOG(kLogError, 0, "fadeInOut stepWrite IR2 fail");
                 return false;
