@@ -64,7 +64,9 @@ std::string BoardProfile::directory() {
     return overridden && *overridden ? overridden : ORVA_BOARDS_DIR;
 }
 
-std::string BoardProfile::fileFor(uint32_t sysid) { return directory() + "/" + hexName(sysid) + ".board"; }
+std::string BoardProfile::fileFor(uint32_t sysid, const std::string& variant) {
+    return directory() + "/" + hexName(sysid) + (variant.empty() ? "" : "-" + variant) + ".board";
+}
 
 std::vector<uint32_t> BoardProfile::available() {
     std::vector<uint32_t> boards;
@@ -73,7 +75,7 @@ std::vector<uint32_t> BoardProfile::available() {
     while (dirent* item = readdir(folder)) {
         const std::string name = item->d_name;
         const size_t dot = name.find(".board");
-        if (dot == std::string::npos || dot + 6 != name.size()) continue;
+        if (dot != 4 || dot + 6 != name.size()) continue;  // variants are listed by variants()
         boards.push_back(static_cast<uint32_t>(strtoul(name.substr(0, dot).c_str(), nullptr, 16)));
     }
     closedir(folder);
@@ -81,7 +83,49 @@ std::vector<uint32_t> BoardProfile::available() {
     return boards;
 }
 
+std::vector<std::string> BoardProfile::variants(uint32_t sysid) {
+    std::vector<std::string> names;
+    const std::string prefix = hexName(sysid) + "-";
+    DIR* folder = opendir(directory().c_str());
+    if (folder == nullptr) return names;
+    while (dirent* item = readdir(folder)) {
+        const std::string name = item->d_name;
+        if (name.size() <= prefix.size() + 6 || name.compare(0, prefix.size(), prefix) != 0) continue;
+        if (name.compare(name.size() - 6, 6, ".board") != 0) continue;
+        names.push_back(name.substr(prefix.size(), name.size() - prefix.size() - 6));
+    }
+    closedir(folder);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+namespace {
+
+std::string readProfileFile(const std::string& file) {
+    std::ifstream in(file);
+    if (!in) throw std::runtime_error("no board profile " + file);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// Profiles may include each other; a chain longer than this is a loop.
+constexpr int kMaxIncludeDepth = 8;
+
+BoardProfile parseProfile(const std::string& text, const std::string& origin, int depth);
+
+}  // namespace
+
 BoardProfile BoardProfile::parse(const std::string& text, const std::string& origin) {
+    return parseProfile(text, origin, 0);
+}
+
+namespace {
+
+BoardProfile parseProfile(const std::string& text, const std::string& origin, int depth) {
+    using Attribute = BoardProfile::Attribute;
+    using InfoKey = BoardProfile::InfoKey;
+    using Segment = BoardProfile::Segment;
     BoardProfile profile;
     std::istringstream lines(text);
     std::string line;
@@ -96,13 +140,33 @@ BoardProfile BoardProfile::parse(const std::string& text, const std::string& ori
         words >> verb;
         if (verb == "name") {
             std::getline(words >> std::ws, profile.name);
+        } else if (verb == "include") {
+            std::string file;
+            if (!(words >> file) || file.find('/') != std::string::npos) throw std::runtime_error(where + ": include FILE");
+            if (depth >= kMaxIncludeDepth) throw std::runtime_error(where + ": includes nest too deep");
+            const std::string path = BoardProfile::directory() + "/" + file;
+            BoardProfile base = parseProfile(readProfileFile(path), path, depth + 1);
+            base.name = profile.name.empty() ? base.name : profile.name;
+            base.variant = profile.variant;
+            profile = std::move(base);
+        } else if (verb == "noattr") {
+            std::string path;
+            if (!(words >> path)) throw std::runtime_error(where + ": noattr PATH");
+            auto& attributes = profile.attributes;
+            const auto kept = std::remove_if(attributes.begin(), attributes.end(),
+                                             [&](const Attribute& attribute) { return attribute.path == path; });
+            if (kept == attributes.end()) throw std::runtime_error(where + ": no attribute to drop: " + path);
+            attributes.erase(kept, attributes.end());
         } else if (verb == "info") {
             InfoKey key;
             if (!(words >> key.key >> key.type >> key.value)) throw std::runtime_error(where + ": info KEY TYPE VALUE");
             orva::variant::Variant check;
             assign(check, key, where);
             if (key.key == "sysid") profile.sysid = static_cast<uint32_t>(parseUnsigned(key.value, where));
-            profile.info.push_back(key);
+            auto& info = profile.info;
+            info.erase(std::remove_if(info.begin(), info.end(), [&](const InfoKey& old) { return old.key == key.key; }),
+                       info.end());
+            info.push_back(key);
         } else if (verb == "attr") {
             Attribute attribute;
             std::string mode;
@@ -110,7 +174,14 @@ BoardProfile BoardProfile::parse(const std::string& text, const std::string& ori
             attribute.mode = static_cast<unsigned>(strtoul(mode.c_str(), nullptr, 8));
             std::getline(words >> std::ws, attribute.value);
             if (!isSimulatedPath(attribute.path.c_str())) throw std::runtime_error(where + ": not simulated: " + attribute.path);
-            profile.attributes.push_back(attribute);
+            auto& attributes = profile.attributes;
+            const auto same = std::find_if(attributes.begin(), attributes.end(),
+                                           [&](const Attribute& old) { return old.path == attribute.path; });
+            if (same != attributes.end()) {
+                *same = attribute;  // a variant's own value for an included attribute
+            } else {
+                attributes.push_back(attribute);
+            }
         } else if (verb == "dir") {
             std::string path;
             if (!(words >> path) || !isSimulatedPath(path.c_str())) throw std::runtime_error(where + ": dir PATH");
@@ -137,14 +208,14 @@ BoardProfile BoardProfile::parse(const std::string& text, const std::string& ori
     return profile;
 }
 
-BoardProfile BoardProfile::load(uint32_t sysid) {
-    const std::string file = fileFor(sysid);
-    std::ifstream in(file);
-    if (!in) throw std::runtime_error("no board profile " + file);
-    std::stringstream text;
-    text << in.rdbuf();
-    BoardProfile profile = parse(text.str(), file);
+}  // namespace
+
+BoardProfile BoardProfile::load(uint32_t sysid, const std::string& variant) {
+    if (variant.find('/') != std::string::npos) throw std::runtime_error("not a variant name: " + variant);
+    const std::string file = fileFor(sysid, variant);
+    BoardProfile profile = parse(readProfileFile(file), file);
     if (profile.sysid != sysid) throw std::runtime_error(file + ": sysid does not match the file name");
+    profile.variant = variant;
     return profile;
 }
 

@@ -172,3 +172,13 @@ if(SHELL_PROGRAM)
   file(REMOVE_RECURSE "${dir}")
   file(REMOVE "${dir}.out")
 endif()
+
+# LED steps chained with "then"; every step is checked before anything is written.
+run_tool(0 --board 0xA533 led front set 40 then brightness 50 then get)
+expect_in("${tool_out}" "led front: set 40 -> ok\nled front: brightness 50 -> ok\nled front: device value 19 (user value 38)\n")
+run_tool(2 --board 0xA533 led front set 40 then set abc)
+expect_in("${tool_err}" "not a number for the value: 'abc'")
+run_tool(2 --board 0xA533 led front set 40 then)
+expect_in("${tool_err}" "an empty step")
+run_tool(2 --board 0xA533 --variant nothing led front set 40)
+expect_in("${tool_err}" "board 0xA533 has no variant 'nothing'")

@@ -22,6 +22,8 @@ struct Context {
 int runLedCommand(const std::vector<std::string>& words, Context& context);
 // One line per LED face: "front   front light".
 std::string ledFaceList();
+// One line per step of the led command.
+std::string ledVerbList();
 
 // "ir [--hwrev N] [--sstar] STEP [then STEP ...]": the infrared light, white light and accessory IR.
 int runIrCommand(const std::vector<std::string>& words, Context& context);

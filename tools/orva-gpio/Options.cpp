@@ -1,25 +1,27 @@
 #include "Options.h"
 
+#include "Commands.h"
+
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 
 namespace orva::tool {
 
-const char* usageText() {
-    return "usage: orva-gpio [--board SYSID [--sandbox DIR [--reuse]]] COMMAND\n"
+std::string usageText() {
+    return "usage: orva-gpio [--board SYSID [--variant NAME] [--sandbox DIR [--reuse]]] COMMAND\n"
            "\n"
            "  --board SYSID   run against a simulated board (profiles in boards/), e.g. 0xA533\n"
+           "  --variant NAME  a hardware variant of the board (see --list-boards)\n"
            "  --sandbox DIR   keep the simulated board's files in DIR (default: a temporary folder)\n"
            "  --reuse         attach to the files an earlier invocation left in DIR\n"
            "  --list-boards   list the simulated boards\n"
            "  -h, --help      this text\n"
            "\n"
            "commands:\n"
-           "  led FACE set VALUE        user value 0..100 (0/1 on a binary LED)\n"
-           "  led FACE on | off         switch fully on or off\n"
-           "  led FACE brightness PCT   brightness 0..100 applied to the value\n"
-           "  led FACE get              read the device value back\n"
+           "  led FACE STEP [then STEP ...]\n"
+           "                            initialise one LED face and apply the steps in order:\n" +
+           ledVerbList() +
            "  ir [--hwrev N] [--sstar] STEP [then STEP ...]\n"
            "                            the infrared light; each step's writes are shown as a\n"
            "                            timeline of virtual time. --hwrev and --sstar override\n"
@@ -42,7 +44,8 @@ const char* usageText() {
            "                            change the simulated input; with --sandbox DIR --reuse it\n"
            "                            reaches a watch running on DIR in another terminal\n"
            "\n"
-           "LED faces: front (front light), power (power LED)\n"
+           "LED faces:\n" +
+           ledFaceList() +
            "buttons: reset (reset button), ring (ring button), enclosure (enclosure detector),\n"
            "         dc (DC-cable detector)\n";
 }
@@ -77,11 +80,14 @@ Options parseOptions(int argc, char** argv) {
             options.listBoards = true;
         } else if (argument == "--reuse") {
             options.reuseSandbox = true;
-        } else if (argument == "--board" || argument == "--sandbox") {
+        } else if (argument == "--board" || argument == "--sandbox" || argument == "--variant") {
             if (index + 1 >= argc) throw UsageError{argument + " needs a value"};
             const std::string value = argv[++index];
             if (argument == "--board") {
                 options.board = parseBoard(value);
+            } else if (argument == "--variant") {
+                if (value.empty() || value.find('/') != std::string::npos) throw UsageError{"not a variant name: '" + value + "'"};
+                options.variant = value;
             } else {
                 options.sandbox = value;
             }
@@ -93,6 +99,7 @@ Options parseOptions(int argc, char** argv) {
     }
     for (; index < argc; ++index) options.command.push_back(argv[index]);
     if (options.reuseSandbox && options.sandbox.empty()) throw UsageError{"--reuse needs --sandbox DIR"};
+    if (!options.variant.empty() && options.board == 0) throw UsageError{"--variant needs --board SYSID"};
     return options;
 }
 

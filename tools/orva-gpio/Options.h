@@ -11,6 +11,7 @@ struct Options {
     bool help = false;
     bool listBoards = false;
     uint32_t board = 0;         // simulated board; 0 = none given
+    std::string variant;        // hardware variant of the simulated board ("" = its main profile)
     std::string sandbox;        // sandbox directory to keep (empty: a temporary one)
     bool reuseSandbox = false;  // attach to a sandbox built by an earlier invocation
     std::vector<std::string> command;  // e.g. {"led", "front", "set", "40"}
@@ -22,7 +23,7 @@ struct UsageError {
 };
 
 Options parseOptions(int argc, char** argv);
-const char* usageText();
+std::string usageText();
 // "0xA533", "a533", "A533" -> 0xA533; throws UsageError.
 uint32_t parseBoard(const std::string& text);
 // A whole decimal int; throws UsageError naming what.

@@ -14,7 +14,7 @@ using namespace orva::tool;
 namespace {
 
 int usage(const std::string& message) {
-    fprintf(stderr, "orva-gpio: %s\n\n%s", message.c_str(), usageText());
+    fprintf(stderr, "orva-gpio: %s\n\n%s", message.c_str(), usageText().c_str());
     return 2;
 }
 
@@ -22,13 +22,16 @@ int listBoards() {
     for (const uint32_t sysid : orva::sim::BoardProfile::available()) {
         const orva::sim::BoardProfile profile = orva::sim::BoardProfile::load(sysid);
         printf("0x%04X  %s\n", sysid, profile.name.c_str());
+        for (const std::string& variant : orva::sim::BoardProfile::variants(sysid)) {
+            printf("        --variant %s: %s\n", variant.c_str(), orva::sim::BoardProfile::load(sysid, variant).name.c_str());
+        }
     }
     return 0;
 }
 
 int run(const Options& options) {
     if (options.help) {
-        printf("%s", usageText());
+        printf("%s", usageText().c_str());
         return 0;
     }
     if (options.listBoards) return listBoards();
@@ -42,9 +45,18 @@ int run(const Options& options) {
     bool known = false;
     for (const uint32_t board : orva::sim::BoardProfile::available()) known = known || board == options.board;
     if (!known) throw UsageError{std::string("unknown board ") + sysid + " (see --list-boards)"};
+    if (!options.variant.empty()) {
+        bool knownVariant = false;
+        for (const std::string& variant : orva::sim::BoardProfile::variants(options.board)) {
+            knownVariant = knownVariant || variant == options.variant;
+        }
+        if (!knownVariant) throw UsageError{"board " + std::string(sysid) + " has no variant '" + options.variant + "' (see --list-boards)"};
+    }
 
-    orva::sim::SimBoard board(options.board, options.sandbox, options.reuseSandbox);
-    printf("board %s: %s\nsandbox %s\n", sysid, board.profile().name.c_str(), board.sandbox().root().c_str());
+    orva::sim::SimBoard board(orva::sim::BoardProfile::load(options.board, options.variant), options.sandbox,
+                              options.reuseSandbox);
+    printf("board %s%s%s: %s\nsandbox %s\n", sysid, options.variant.empty() ? "" : " variant ", options.variant.c_str(),
+           board.profile().name.c_str(), board.sandbox().root().c_str());
     Context context;
     context.board = &board;
     const std::string group = options.command[0];

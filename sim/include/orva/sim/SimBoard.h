@@ -36,12 +36,19 @@ struct BoardProfile {
     };
     std::vector<Segment> segments;
 
-    // Reads boards/<sysid>.board; throws std::runtime_error with the line on a malformed file.
-    static BoardProfile load(uint32_t sysid);
+    std::string variant;  // "" for the board's main profile
+
+    // Reads boards/<sysid>.board, or boards/<sysid>-<variant>.board for a hardware variant; throws
+    // std::runtime_error with the line on a malformed file. A profile may start from another with
+    // "include FILE" and drop an attribute of it with "noattr PATH"; a later "info" line for a key
+    // replaces the earlier one.
+    static BoardProfile load(uint32_t sysid, const std::string& variant = std::string());
     static BoardProfile parse(const std::string& text, const std::string& origin);
     static std::string directory();
-    static std::string fileFor(uint32_t sysid);
+    static std::string fileFor(uint32_t sysid, const std::string& variant = std::string());
     static std::vector<uint32_t> available();
+    // The variant names of a board ("usb-only" for boards/a5a3-usb-only.board), sorted.
+    static std::vector<std::string> variants(uint32_t sysid);
 };
 
 class SimBoard {
