@@ -1,5 +1,6 @@
 #include "orva_gpio_utils/BaseLed.h"
 
+#include "platform/Arithmetic32.h"
 #include "platform/Log.h"
 
 namespace {
@@ -190,8 +191,9 @@ int BaseLed::convertUserToGPIO(int value) {
         ORVA_LOG(kLogError, 0, "Validation failed, value=%d", value);
         return 0;
     }
-    const int32_t percent = (brightness_ * value) / 100;
-    return rangeMin_ + ((rangeMax_ - rangeMin_) * percent) / 100;
+    namespace arith = orva::gpioutils::arith;
+    const int32_t percent = arith::mul(brightness_, value) / 100;
+    return arith::add(rangeMin_, arith::mul(arith::sub(rangeMax_, rangeMin_), percent) / 100);
 }
 
 int BaseLed::convertGPIOToUser(int value) {
@@ -201,15 +203,18 @@ int BaseLed::convertGPIOToUser(int value) {
     }
     if (binary_) return value != 0 ? 1 : 0;
     if (brightness_ == 0) return 0;
-    const int32_t percent = (100 * (value - rangeMin_)) / (rangeMax_ - rangeMin_);
-    const int32_t user = (100 * percent) / brightness_;
+    // Files can hold any number (a PWM duty cycle is in nanoseconds): the products wrap as on the
+    // camera instead of overflowing.
+    namespace arith = orva::gpioutils::arith;
+    const int32_t percent = arith::div(arith::mul(100, arith::sub(value, rangeMin_)), arith::sub(rangeMax_, rangeMin_));
+    const int32_t user = arith::div(arith::mul(100, percent), brightness_);
     if (user < 0) return 0;
     if (user > 100) return 100;
     return user;
 }
 
 int BaseLed::colorToMask(Color color) {
-    if (color > COLOR_WHITE_MAGENTA) {
+    if (color < COLOR_NONE || color > COLOR_WHITE_MAGENTA) {
         ORVA_LOG(kLogWarning, 0, "could not map user color %d", static_cast<int>(color));
         return 0;
     }

@@ -1,4 +1,5 @@
 // BaseLed's rules, through a GoogleMock face.
+#include <limits>
 #include <tuple>
 
 #include <gmock/gmock.h>
@@ -204,8 +205,13 @@ TEST(BaseLedColor, MasksFollowTheChannels) {
               static_cast<int>(BaseLed::COLOR_MASK_WHITE));
     LogCapture log;
     EXPECT_EQ(BaseLed::colorToMask(static_cast<BaseLed::Color>(16)), 0);
+    // A negative colour is outside the table too: refused the same way, never read.
+    EXPECT_EQ(BaseLed::colorToMask(static_cast<BaseLed::Color>(-1)), 0);
+    EXPECT_EQ(BaseLed::colorToMask(static_cast<BaseLed::Color>(std::numeric_limits<int>::min())), 0);
     EXPECT_THAT(log.records(),
-                ElementsAre(Expected{kSource, "colorToMask", 4, 0, "could not map user color 16"}));
+                ElementsAre(Expected{kSource, "colorToMask", 4, 0, "could not map user color 16"},
+                            Expected{kSource, "colorToMask", 4, 0, "could not map user color -1"},
+                            Expected{kSource, "colorToMask", 4, 0, "could not map user color -2147483648"}));
 }
 
 // (rangeMin, rangeMax, brightness, user value) -> device value.
@@ -267,6 +273,34 @@ TEST(BaseLedConversion, DeviceToUser) {
     EXPECT_EQ(led->convertGPIOToUser(60), 100);
     ASSERT_TRUE(led->setBrightness(0));
     EXPECT_EQ(led->convertGPIOToUser(60), 0);
+}
+
+// Device values come from files that may hold anything (a PWM duty cycle is in nanoseconds): the
+// arithmetic wraps as on the camera's 32-bit core instead of overflowing.
+TEST(BaseLedConversion, HugeDeviceValuesWrapAsThirtyTwoBitArithmetic) {
+    auto led = ranged(0, 99);
+    // 100 * 21260089 / 99 = 21474837; 100 * 21474837 wraps to -2147483596, clamped to 0.
+    EXPECT_EQ(led->convertGPIOToUser(21260089), 0);
+    // 100 * 21260088 = 2126008800; / 99 = 21474836; 100 * that = 2147483600, above 100.
+    EXPECT_EQ(led->convertGPIOToUser(21260088), 100);
+    // 100 * INT_MAX wraps to -100: -100 / 99 = -1 percent, clamped to 0.
+    EXPECT_EQ(led->convertGPIOToUser(std::numeric_limits<int>::max()), 0);
+    // INT_MIN - 0 times 100 wraps to 0.
+    EXPECT_EQ(led->convertGPIOToUser(std::numeric_limits<int>::min()), 0);
+    auto shifted = ranged(1, 2);
+    // INT_MIN - 1 wraps to INT_MAX; 100 * INT_MAX wraps to -100; -100 / 1 = -100, clamped to 0.
+    EXPECT_EQ(shifted->convertGPIOToUser(std::numeric_limits<int>::min()), 0);
+    EXPECT_EQ(shifted->convertGPIOToUser(2), 100);
+}
+
+TEST(BaseLedConversion, UserToDeviceWrapsOnAHugeRange) {
+    auto led = ranged(0, std::numeric_limits<int>::max());
+    // (INT_MAX * 100) wraps to -100; / 100 = -1.
+    EXPECT_EQ(led->convertUserToGPIO(100), -1);
+    // INT_MAX * 50 wraps to -50; / 100 = 0.
+    EXPECT_EQ(led->convertUserToGPIO(50), 0);
+    // INT_MAX * 1 stays; / 100 = 21474836.
+    EXPECT_EQ(led->convertUserToGPIO(1), 21474836);
 }
 
 TEST(BaseLedSetValue, MinusOneDoesNothing) {
