@@ -104,12 +104,13 @@ bool usesFactoryTool() {
 }
 
 // Whether cur has passed target, travelling down when down is set and up otherwise.
-bool beyond(int cur, int target, bool down) { return down ? cur < target : cur > target; }
+bool beyond(int64_t cur, int target, bool down) { return down ? cur < target : cur > target; }
 
 // One fade pass of a channel: moves cur one step toward target. A value already past the target
 // is clamped to it; a step that overshoots writes nothing, so the next pass writes the target
 // itself. Returns whether cur is to be written this pass.
-bool advance(int& cur, int target, int step, bool down) {
+// cur is kept in 64 bits: a step past a target near the ends of int cannot wrap around it.
+bool advance(int64_t& cur, int target, int step, bool down) {
     if (beyond(cur, target, down)) {
         cur = target;
         return true;
@@ -186,6 +187,13 @@ bool LedIr::initGPIO() {
         accessoryIrPath = extra->accessoryIr;
         if (extra->whiteLed != nullptr) whiteLedPath = extra->whiteLed;
     }
+
+    // init may be tried again after a failed attempt: release what that attempt opened first.
+    attribute::close(primaryFd);
+    attribute::close(secondaryFd);
+    attribute::close(accessoryIrFd);
+    attribute::close(whiteLedFd);
+    pathFd = -1;
 
     primaryFd = attribute::open(ORVA_HERE, primaryPath);
     if (!attribute::isOpen(primaryFd)) return false;
@@ -282,8 +290,8 @@ bool LedIr::fadeInOut(int from1, int to1, bool dual, int from2, int to2) {
     const bool down2 = from2 > to2;
     const int step1 = down1 ? -fadeStep : fadeStep;
     const int step2 = down2 ? -fadeStep : fadeStep;
-    int cur1 = from1;
-    int cur2 = from2;
+    int64_t cur1 = from1;
+    int64_t cur2 = from2;
     bool done1 = false;
     bool done2 = !dual;
     for (;;) {
@@ -291,7 +299,7 @@ bool LedIr::fadeInOut(int from1, int to1, bool dual, int from2, int to2) {
             if (to2 == -1) return true;
             done1 = true;
         } else if (advance(cur1, to1, step1, down1)) {
-            if (!stepWrite(primaryFd, cur1)) {
+            if (!stepWrite(primaryFd, static_cast<int>(cur1))) {
                 ORVA_LOG(kLogError, 0, "fadeInOut stepWrite IR1 fail");
                 return false;
             }
@@ -305,7 +313,7 @@ bool LedIr::fadeInOut(int from1, int to1, bool dual, int from2, int to2) {
             continue;
         }
         if (advance(cur2, to2, step2, down2)) {
-            if (!stepWrite(secondaryFd, cur2)) {
+            if (!stepWrite(secondaryFd, static_cast<int>(cur2))) {
                 ORVA_LOG(kLogError, 0, "fadeInOut stepWrite IR2 fail");
                 return false;
             }

@@ -1,6 +1,7 @@
 // Infrared fades as exact timelines: which file, which bytes, at which virtual time. A fade pass
 // writes channel 1 then channel 2 and sleeps 5 ms before the next pass; usleep runs on the
 // simulator's virtual clock, so the timelines cost no real time.
+#include <limits>
 #include <cerrno>
 #include <string>
 
@@ -221,6 +222,27 @@ TEST(LedIrFade, StepsLargerThanOneClampOnTheFollowingPass) {
     EXPECT_THAT(timeline(board.journal(), start),
                 ElementsAre(at(kBacklight0, 7, 0), at(kBacklight0, 2, kPassUs), at(kBacklight0, 0, 3 * kPassUs)));
     EXPECT_EQ(led.lastPrimaryValue, 0);
+}
+
+TEST(LedIrFade, StepsNearTheEndsOfIntStopAtTheTargetInsteadOfWrapping) {
+    SimBoard board(0xA533);
+    setInfo("isSStar", true);
+    ProbedLedIr led;
+    led.maxValue = 255;  // step 5
+    ASSERT_TRUE(led.init("ir"));
+    ASSERT_EQ(led.fadeStep, 5);
+    const int top = std::numeric_limits<int>::max();
+    const int bottom = std::numeric_limits<int>::min();
+    board.sandbox().clearJournal();
+    uint64_t start = board.sandbox().nowUs();
+    ASSERT_TRUE(led.fadeInOut(top - 7, top, false, 0, -1));
+    EXPECT_THAT(timeline(board.journal(), start),
+                ElementsAre(at(kBacklight0, top - 2, 0), at(kBacklight0, top, 2 * kPassUs)));
+    board.sandbox().clearJournal();
+    start = board.sandbox().nowUs();
+    ASSERT_TRUE(led.fadeInOut(bottom + 7, bottom, false, 0, -1));
+    EXPECT_THAT(timeline(board.journal(), start),
+                ElementsAre(at(kBacklight0, bottom + 2, 0), at(kBacklight0, bottom, 2 * kPassUs)));
 }
 
 // ---- tele and wide together ----

@@ -301,6 +301,26 @@ TEST(LedIr, FailedOpenStopsInitAndLeavesTheEarlierFilesOpenUntilDestruction) {
     }
 }
 
+TEST(LedIr, InitRetriedAfterAFailedOpenKeepsNoDescriptorOfTheFirstAttempt) {
+    SimBoard board(0xA598);
+    LogCapture log;
+    board.sandbox().failCalls(kPwm0, Call::Open, ENODEV);
+    {
+        ProbedLedIr led;
+        EXPECT_FALSE(led.init("ir"));
+        EXPECT_EQ(board.sandbox().openDescriptors(), 3);
+        board.sandbox().clearJournal();
+        ASSERT_TRUE(led.init("ir"));
+        // The three files of the failed attempt are closed before they are opened again.
+        std::vector<std::string> closes;
+        for (const JournalEntry& entry : calls(board.journal(), Call::Close)) closes.push_back(entry.path);
+        EXPECT_EQ(closes, (std::vector<std::string>{kBacklight0, kPwm9, kPwm1}));
+        EXPECT_EQ(board.sandbox().openDescriptors(), 4);
+        EXPECT_EQ(led.pathFd, led.primaryFd);
+    }
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
+}
+
 TEST(LedIr, DescriptorZeroIsAFailedOpenThatTheDestructorStillCloses) {
     SimBoard board(0xA598);
     LogCapture log;
