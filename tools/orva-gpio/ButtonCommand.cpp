@@ -142,10 +142,16 @@ struct WatchOptions {
     bool scripted() const { return pressAtMs >= 0 || releaseAtMs >= 0; }
 };
 
+// Longest time a watch takes, in ms: one day, so that a script's sums stay far inside int.
+constexpr int kMaxWatchMs = 24 * 60 * 60 * 1000;
+
 int parseMs(const std::vector<std::string>& words, size_t& index, const char* what) {
     if (index + 1 >= words.size()) throw UsageError{words[index] + " needs a value in milliseconds"};
     const int value = parseInt(words[++index], what);
     if (value < 0) throw UsageError{std::string("negative ") + what + ": " + words[index]};
+    if (value > kMaxWatchMs) {
+        throw UsageError{std::string(what) + " takes at most " + std::to_string(kMaxWatchMs) + " ms (one day): " + words[index]};
+    }
     return value;
 }
 

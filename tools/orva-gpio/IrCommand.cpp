@@ -1,6 +1,7 @@
 // "ir [--hwrev N] [--sstar] STEP [then STEP ...]": initialises the infrared light of the board and
 // runs the steps on it in order, showing each step's writes as a timeline of virtual time.
 #include <cstdint>
+#include <limits>
 #include <memory>
 
 #include "Commands.h"
@@ -29,6 +30,35 @@ bool parseSwitch(const std::string& word, const std::string& verb) {
     throw UsageError{"ir " + verb + " takes on or off, not '" + word + "'"};
 }
 
+int parseInRange(const std::string& word, const char* what, int low, int high) {
+    const int value = parseInt(word, what);
+    if (value < low || value > high) {
+        throw UsageError{std::string(what) + " must be " + std::to_string(low) + ".." + std::to_string(high) + ": '" +
+                         word + "'"};
+    }
+    return value;
+}
+
+// Every value a step takes, checked before the light is touched. Device values are the IR light's
+// range 0..99; the IR brightness 0..255.
+void checkValues(const Step& step) {
+    const std::string& verb = step.verb;
+    if (verb == "white" || verb == "accessory") {
+        parseSwitch(step.values[0], verb);
+    } else if (verb == "set") {
+        parseInRange(step.values[0], "the user value", 0, 100);
+    } else if (verb == "write") {
+        parseInRange(step.values[0], "the device value", 0, 99);
+        if (step.values.size() == 2) parseInRange(step.values[1], "the second channel", 0, 99);
+    } else if (verb == "brightness") {
+        parseInRange(step.values[0], "the IR brightness", 0, 255);
+    } else if (verb == "white-max") {
+        parseInRange(step.values[0], "the white level", 0, std::numeric_limits<int>::max());
+    } else if (verb == "path") {
+        parseInRange(step.values[0], "the path", 1, 2);
+    }
+}
+
 // Splits "set 30 then white on" into its steps and checks each verb and its values.
 std::vector<Step> parseSteps(const std::vector<std::string>& words) {
     std::vector<Step> steps;
@@ -49,6 +79,7 @@ std::vector<Step> parseSteps(const std::vector<std::string>& words) {
             throw UsageError{"unknown ir step '" + verb + "'"};
         }
         if (!fits) throw UsageError{"wrong number of values for ir " + verb};
+        checkValues(current);
         steps.push_back(current);
         current = Step{};
     };

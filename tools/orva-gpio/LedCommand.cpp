@@ -68,6 +68,10 @@ Step parseStep(const FaceRow& face, const std::vector<std::string>& words) {
         case Verb::AnimColor:
             step.first = parseColor(words[1]);
             step.second = parseColor(words[2]);
+            if (step.first < BaseLed::COLOR_BLACK || step.first > BaseLed::COLOR_WHITE_MAGENTA ||
+                step.second < BaseLed::COLOR_BLACK || step.second > BaseLed::COLOR_WHITE_MAGENTA) {
+                throw UsageError{std::string(found->word) + " takes colours black..white_magenta (1..15)"};
+            }
             break;
         case Verb::Anim:
             if (words[1] != "on" && words[1] != "off") throw UsageError{"anim takes on or off"};
@@ -76,6 +80,14 @@ Step parseStep(const FaceRow& face, const std::vector<std::string>& words) {
         case Verb::Wait:
             step.first = parseInt(words[1], "the time");
             if (step.first < 0) throw UsageError{"wait needs a time of 0 ms or more"};
+            break;
+        case Verb::Set:
+        case Verb::Brightness:
+        case Verb::Density:
+            step.first = parseInt(words[1], "the value");
+            if (step.first < 0 || step.first > 100) {
+                throw UsageError{std::string(found->word) + " takes 0..100: '" + words[1] + "'"};
+            }
             break;
         default:
             if (found->values == 1) step.first = parseInt(words[1], "the value");

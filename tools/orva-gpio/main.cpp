@@ -74,6 +74,10 @@ int run(const Options& options) {
     }
     printJournal(stdout, board.journal());
     printLog(stdout, log.records());
+    // An operation that reported success but logged an error still failed the user.
+    for (const orva::host::LogRecord& record : log.records()) {
+        if (status == 0 && record.level <= 3) status = 1;
+    }
     return status;
 }
 
