@@ -280,6 +280,27 @@ bool isVirtualClock(clockid_t clock) {
            clock == CLOCK_BOOTTIME;
 }
 
+// stat of a simulated path answers from the sandbox (the platform's isFile asks this way); other
+// paths, and calls made while simulating, go to libc.
+template <typename Real, typename Buffer>
+int statHook(const char* path, Buffer* info, Real real) {
+    HookScope scope;
+    Sandbox::State* state = scope.entered() ? activeState() : nullptr;
+    if (state == nullptr || !orva::sim::isSimulatedPath(path)) return real(path, info);
+    const std::string file = state->root + path;
+    return real(file.c_str(), info);
+}
+
+int realStat(const char* path, struct stat* info) {
+    ORVA_REAL(stat);
+    return real(path, info);
+}
+
+int realStat64(const char* path, struct stat64* info) {
+    ORVA_REAL(stat64);
+    return real(path, info);
+}
+
 }  // namespace
 
 extern "C" {
@@ -448,5 +469,15 @@ int clock_gettime(clockid_t clock, struct timespec* now) {
     now->tv_nsec = static_cast<long>((us % 1000000u) * 1000u);
     return 0;
 }
+
+int stat(const char* path, struct stat* info) { return statHook(path, info, realStat); }
+
+int stat64(const char* path, struct stat64* info) { return statHook(path, info, realStat64); }
+
+// The versioned entry points of binaries built against a glibc before 2.33: the same call with the
+// kernel's structure version in front.
+int __xstat(int, const char* path, struct stat* info) { return statHook(path, info, realStat); }
+
+int __xstat64(int, const char* path, struct stat64* info) { return statHook(path, info, realStat64); }
 
 }  // extern "C"
