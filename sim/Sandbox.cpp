@@ -74,6 +74,7 @@ const char* callName(Call call) {
     case Call::Sleep: return "sleep";
     case Call::Exec: return "exec";
     case Call::Shm: return "shm";
+    case Call::Mdio: return "mdio";
     }
     return "?";
 }

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "orva/platform.h"
+#include "orva/sim/Mdio.h"
 #include "orva/sim/SharedMemory.h"
 
 #ifndef ORVA_BOARDS_DIR
@@ -201,6 +202,16 @@ BoardProfile parseProfile(const std::string& text, const std::string& origin, in
                 segment.bytes.emplace_back(static_cast<size_t>(offset), static_cast<uint8_t>(value));
             }
             profile.segments.push_back(segment);
+        } else if (verb == "phy") {
+            BoardProfile::PhyRegister phy;
+            std::string reg, value;
+            if (!(words >> phy.interface >> reg >> value)) throw std::runtime_error(where + ": phy INTERFACE REG VALUE");
+            const unsigned long long regNumber = parseUnsigned(reg, where);
+            const unsigned long long content = parseUnsigned(value, where);
+            if (regNumber > 31 || content > 0xFFFF) throw std::runtime_error(where + ": PHY register out of range");
+            phy.reg = static_cast<unsigned>(regNumber);
+            phy.value = static_cast<uint16_t>(content);
+            profile.phyRegisters.push_back(phy);
         } else {
             throw std::runtime_error(where + ": unknown line: " + verb);
         }
@@ -232,6 +243,8 @@ SimBoard::SimBoard(uint32_t sysid, const std::string& sandboxDirectory, bool reu
 SimBoard::SimBoard(const BoardProfile& profile, const std::string& sandboxDirectory, bool reuse)
     : profile_(profile), sandbox_(new Sandbox(sandboxDirectory)) {
     fillCameraInfo(profile_);
+    // PHY registers live in this process only: a reused sandbox starts from the profile's too.
+    for (const BoardProfile::PhyRegister& phy : profile_.phyRegisters) Mdio::setRegister(phy.interface, phy.reg, phy.value);
     if (reuse) return;
     for (const std::string& directory : profile_.directories) sandbox_->addDirectory(directory);
     for (const BoardProfile::Attribute& attribute : profile_.attributes) {

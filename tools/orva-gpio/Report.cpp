@@ -4,6 +4,8 @@
 #include <cstring>
 #include <fcntl.h>
 
+#include "orva/sim/Mdio.h"
+
 namespace orva::tool {
 
 LogCollector::LogCollector() {
@@ -111,6 +113,9 @@ std::string describe(const orva::sim::JournalEntry& entry) {
         snprintf(line, sizeof(line), "shm   %s(%s) -> %s", entry.path.c_str(), arguments.c_str(), result.c_str());
         break;
     }
+    case Call::Mdio:
+        snprintf(line, sizeof(line), "mdio  %s", orva::sim::Mdio::describe(entry).c_str());
+        break;
     }
     return line;
 }

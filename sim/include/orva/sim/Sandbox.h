@@ -12,7 +12,7 @@
 
 namespace orva::sim {
 
-enum class Call { Open, Read, Write, Close, Sleep, Exec, Shm };
+enum class Call { Open, Read, Write, Close, Sleep, Exec, Shm, Mdio };
 
 const char* callName(Call call);
 

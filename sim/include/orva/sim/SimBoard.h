@@ -35,6 +35,13 @@ struct BoardProfile {
         std::vector<std::pair<size_t, uint8_t>> bytes;  // offset, value
     };
     std::vector<Segment> segments;
+    // PHY registers of network interfaces, served over MDIO (orva/sim/Mdio.h).
+    struct PhyRegister {
+        std::string interface;
+        unsigned reg = 0;
+        uint16_t value = 0;
+    };
+    std::vector<PhyRegister> phyRegisters;
 
     std::string variant;  // "" for the board's main profile
 
