@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "RealFunctions.h"
+#include "SafePath.h"
 #include "SimState.h"
 
 namespace orva::sim {
@@ -80,27 +81,32 @@ int simulatedOpen(Sandbox::State* state, const char* path, int flags, mode_t mod
         errno = fault.error;
         return -1;
     }
-    const std::string file = state->root + path;
-    // stat64: on 32-bit targets plain stat fails with EOVERFLOW on 64-bit inode numbers.
+    // Nothing below the sandbox root is followed if it is a symbolic link: a planted link is
+    // refused (ELOOP) instead of leading out of the sandbox.
+    namespace safe = orva::sim::safe;
     struct stat64 info {};
     int error = 0;
-    if (stat64(file.c_str(), &info) == 0) {
-        if (S_ISDIR(info.st_mode)) {
+    if (safe::statBeneath(state->root, path, info) == 0) {
+        if (S_ISLNK(info.st_mode)) {
+            error = ELOOP;
+        } else if (S_ISDIR(info.st_mode)) {
             error = (flags & O_ACCMODE) == O_RDONLY ? 0 : EISDIR;
         } else if ((flags & O_ACCMODE) != O_RDONLY && (info.st_mode & 0222) == 0) {
             error = EACCES;
         } else if ((flags & O_ACCMODE) == O_RDONLY && (info.st_mode & 0444) == 0) {
             error = EACCES;
         }
+    } else if (errno == ELOOP) {
+        error = ELOOP;
     } else {
-        const std::string directory = file.substr(0, file.rfind('/'));
+        const std::string directory = std::string(path).substr(0, std::string(path).rfind('/'));
         struct stat64 parent {};
-        const bool parentExists = stat64(directory.c_str(), &parent) == 0 && S_ISDIR(parent.st_mode);
+        const bool parentExists = safe::statBeneath(state->root, directory, parent) == 0 && S_ISDIR(parent.st_mode);
         error = (parentExists && (flags & O_CREAT)) ? EACCES : ENOENT;
     }
     int fd = -1;
     if (error == 0) {
-        fd = realOpen(file.c_str(), S_ISDIR(info.st_mode) ? O_RDONLY : O_RDWR, 0);
+        fd = safe::openBeneath(state->root, path, S_ISDIR(info.st_mode) ? O_RDONLY : O_RDWR);
         if (fd < 0) error = errno;
     }
     entry.fd = fd;
@@ -112,18 +118,10 @@ int simulatedOpen(Sandbox::State* state, const char* path, int flags, mode_t mod
     return fd < 0 ? -1 : fd;
 }
 
-// An attribute's text: the stored value and a newline, regenerated on every read.
-std::string showText(int fd) {
-    ORVA_REAL(pread64);
-    std::string stored;
-    char chunk[256];
-    off64_t offset = 0;
-    for (;;) {
-        const ssize_t count = real(fd, chunk, sizeof(chunk), offset);
-        if (count <= 0) break;
-        stored.append(chunk, static_cast<size_t>(count));
-        offset += count;
-    }
+// An attribute's text: the stored value and a newline, regenerated on every read. Read by path, not
+// through the descriptor: values are replaced atomically by a new file, as a show handler runs afresh.
+std::string showText(const Sandbox::State* state, const std::string& path) {
+    std::string stored = orva::sim::safe::readBeneath(state->root, path);
     const size_t end = stored.find_first_of(std::string("\n\0", 2));
     if (end != std::string::npos) stored.resize(end);
     return stored + "\n";
@@ -150,7 +148,7 @@ ssize_t simulatedRead(Sandbox::State* state, const std::string& path, int fd, vo
         errno = fault.error;
         return -1;
     }
-    const std::string text = showText(fd);
+    const std::string text = showText(state, path);
     size_t available = offset < static_cast<off64_t>(text.size()) ? text.size() - static_cast<size_t>(offset) : 0;
     if (available > count) available = count;
     if (available > 0) memcpy(buffer, text.data() + offset, available);
@@ -163,7 +161,6 @@ ssize_t simulatedRead(Sandbox::State* state, const std::string& path, int fd, vo
 // A store call: the value becomes the text up to the first NUL or newline, whatever the offset.
 ssize_t simulatedWrite(Sandbox::State* state, const std::string& path, int fd, const void* buffer, size_t count,
                        off64_t offset) {
-    ORVA_REAL(pwrite64);
     JournalEntry entry;
     entry.call = Call::Write;
     entry.path = path;
@@ -186,7 +183,7 @@ ssize_t simulatedWrite(Sandbox::State* state, const std::string& path, int fd, c
     std::string value(static_cast<const char*>(buffer), taken);
     const size_t end = value.find_first_of(std::string("\n\0", 2));
     if (end != std::string::npos) value.resize(end);
-    if (ftruncate(fd, 0) != 0 || real(fd, value.data(), value.size(), 0) != static_cast<ssize_t>(value.size())) {
+    if (!orva::sim::safe::replaceBeneath(state->root, path, value)) {
         const int error = errno;
         entry.result = -1;
         entry.error = error;

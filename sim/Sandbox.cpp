@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "SafePath.h"
 #include "SimState.h"
 
 namespace orva::sim {
@@ -37,30 +38,12 @@ void makeDirectories(const std::string& path) {
     }
 }
 
-void removeTree(const std::string& path) {
-    // The sandbox holds only directories and small files that it made itself.
-    const std::string command = "rm -rf '" + path + "'";
-    if (path.size() > 5 && path.find('\'') == std::string::npos) {
-        if (system(command.c_str()) != 0) fprintf(stderr, "orva-sim: could not remove %s\n", path.c_str());
+// The kernel path itself, checked: files of the sandbox are reached below its root only.
+const std::string& requireSimulated(const std::string& kernelPath) {
+    if (!isSimulatedPath(kernelPath.c_str()) || kernelPath.find("/../") != std::string::npos) {
+        throw std::invalid_argument("orva-sim: not a simulated path: " + kernelPath);
     }
-}
-
-std::string readWhole(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
-
-void writeWhole(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
-
-std::string requireSandboxPath(const Sandbox& sandbox, const std::string& kernelPath) {
-    const std::string path = sandboxPath(sandbox, kernelPath);
-    if (path.empty()) throw std::invalid_argument("orva-sim: not a simulated path: " + kernelPath);
-    return path;
+    return kernelPath;
 }
 
 }  // namespace
@@ -106,18 +89,27 @@ Sandbox::Sandbox(const std::string& directory) : state_(new State) {
         state_->root = buffer.data();
         state_->ownsRoot = true;
     } else {
-        makeDirectories(directory);
+        const size_t slash = directory.find_last_not_of('/');
+        const std::string trimmed = slash == std::string::npos ? directory : directory.substr(0, slash + 1);
+        const size_t parent = trimmed.rfind('/');
+        if (parent != std::string::npos && parent > 0) makeDirectories(trimmed.substr(0, parent));
+        try {
+            safe::claimDirectory(trimmed);
+        } catch (...) {
+            delete state_;
+            throw;
+        }
         char resolved[PATH_MAX];
-        state_->root = realpath(directory.c_str(), resolved) ? resolved : directory;
+        state_->root = realpath(trimmed.c_str(), resolved) ? resolved : trimmed;
     }
-    makeDirectories(state_->root + "/sys");
+    safe::makeDirectoriesBeneath(state_->root, "/sys");
     gActiveSandbox = this;
 }
 
 Sandbox::~Sandbox() {
     for (auto it = state_->cleanups.rbegin(); it != state_->cleanups.rend(); ++it) (*it)();
     gActiveSandbox = nullptr;
-    if (state_->ownsRoot) removeTree(state_->root);
+    if (state_->ownsRoot) safe::removeTree(state_->root);
     delete state_;
 }
 
@@ -125,35 +117,36 @@ Sandbox* Sandbox::active() { return gActiveSandbox; }
 
 const std::string& Sandbox::root() const { return state_->root; }
 
-void Sandbox::addDirectory(const std::string& path) { makeDirectories(requireSandboxPath(*this, path)); }
+void Sandbox::addDirectory(const std::string& path) { safe::makeDirectoriesBeneath(root(), requireSimulated(path)); }
 
 void Sandbox::addAttribute(const std::string& path, const std::string& value, unsigned mode) {
-    const std::string file = requireSandboxPath(*this, path);
-    makeDirectories(file.substr(0, file.rfind('/')));
-    chmod(file.c_str(), 0644);
-    writeWhole(file, value);
-    chmod(file.c_str(), mode);
+    if (!safe::replaceBeneath(root(), requireSimulated(path), value, static_cast<mode_t>(mode & 07777), true)) {
+        throw std::runtime_error("orva-sim: cannot write " + path + ": " + strerror(errno));
+    }
 }
 
 void Sandbox::setValue(const std::string& path, const std::string& value) {
-    const std::string file = requireSandboxPath(*this, path);
-    struct stat info{};
-    if (stat(file.c_str(), &info) != 0) throw std::invalid_argument("orva-sim: no attribute " + path);
-    writeWhole(file, value);
+    struct stat64 info {};
+    if (safe::statBeneath(root(), requireSimulated(path), info) != 0 || !S_ISREG(info.st_mode)) {
+        throw std::invalid_argument("orva-sim: no attribute " + path);
+    }
+    if (!safe::replaceBeneath(root(), path, value)) {
+        throw std::runtime_error("orva-sim: cannot write " + path + ": " + strerror(errno));
+    }
 }
 
 std::string Sandbox::value(const std::string& path) const {
-    std::string text = readWhole(requireSandboxPath(*this, path));
+    std::string text = safe::readBeneath(root(), requireSimulated(path));
     const size_t end = text.find_first_of(std::string("\n\0", 2));
     return end == std::string::npos ? text : text.substr(0, end);
 }
 
 bool Sandbox::hasAttribute(const std::string& path) const {
-    struct stat info{};
-    return stat(requireSandboxPath(*this, path).c_str(), &info) == 0 && S_ISREG(info.st_mode);
+    struct stat64 info {};
+    return safe::statBeneath(root(), requireSimulated(path), info) == 0 && S_ISREG(info.st_mode);
 }
 
-void Sandbox::removeAttribute(const std::string& path) { unlink(requireSandboxPath(*this, path).c_str()); }
+void Sandbox::removeAttribute(const std::string& path) { safe::unlinkBeneath(root(), requireSimulated(path)); }
 
 const std::vector<JournalEntry>& Sandbox::journal() const { return state_->journal; }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fstream>
+#include <sstream>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -16,6 +17,7 @@
 #include <unistd.h>
 
 #include "RealFunctions.h"
+#include "SafePath.h"
 #include "SimState.h"
 #include "orva/sim/SharedMemory.h"
 
@@ -70,8 +72,8 @@ std::string keyText(int key) {
     return text;
 }
 
-std::string recordDirectory(const Sandbox& sandbox) { return sandbox.root() + "/sysv-shm"; }
-std::string recordPath(const Sandbox& sandbox, int key) { return recordDirectory(sandbox) + "/" + keyText(key); }
+// Records of the segments, below the sandbox root: "sysv-shm/<key>" holds "<id> <creator pid>".
+std::string recordPath(int key) { return "/sysv-shm/" + keyText(key); }
 
 void endOfSandbox() {
     ShmState* state = gShm;
@@ -81,7 +83,7 @@ void endOfSandbox() {
         if (!segment.owned) continue;
         if (segment.mapping != nullptr) realShmdt(segment.mapping);
         realShmctl(segment.id, IPC_RMID, nullptr);
-        unlink(recordPath(*state->sandbox, item.first).c_str());
+        orva::sim::safe::unlinkBeneath(state->sandbox->root(), recordPath(item.first));
     }
     delete state;
 }
@@ -124,7 +126,7 @@ Segment* findSegment(ShmState& state, int key) {
     }
     // The record names the creating process too, so that a stale record never leads to a
     // segment that reused its id.
-    std::ifstream record(recordPath(*state.sandbox, key));
+    std::istringstream record(orva::sim::safe::readBeneath(state.sandbox->root(), recordPath(key)));
     Segment segment;
     pid_t creator = 0;
     if (!(record >> segment.id >> creator) || !stillExists(segment.id, &segment.size, creator)) return nullptr;
@@ -156,8 +158,8 @@ Segment* createSegment(ShmState& state, int key, size_t size) {
     segment.size = size;
     segment.mapping = mapping;
     segment.owned = true;
-    mkdir(recordDirectory(*state.sandbox).c_str(), 0755);
-    std::ofstream(recordPath(*state.sandbox, key), std::ios::trunc) << id << " " << getpid() << "\n";
+    const std::string text = std::to_string(id) + " " + std::to_string(getpid()) + "\n";
+    orva::sim::safe::replaceBeneath(state.sandbox->root(), recordPath(key), text, 0644, true);
     return &(state.segments[key] = segment);
 }
 
@@ -381,7 +383,7 @@ void SharedMemory::remove(int key) {
     if (!segment.owned) return;
     if (segment.mapping != nullptr) realShmdt(segment.mapping);
     realShmctl(segment.id, IPC_RMID, nullptr);
-    unlink(recordPath(*state.sandbox, key).c_str());
+    orva::sim::safe::unlinkBeneath(state.sandbox->root(), recordPath(key));
 }
 
 bool SharedMemory::exists(int key) { return findSegment(requireState(), key) != nullptr; }
