@@ -7,13 +7,29 @@
 
 namespace orva::gpioutils::attribute {
 
-int open(const LogSite& site, const char* path) {
+namespace {
+int openRetrying(const char* path) {
     int fd;
     do {
         fd = ::open64(path, O_RDWR | O_CREAT | O_TRUNC, 0666);
     } while (fd < 0 && errno == EINTR);
+    return fd;
+}
+}  // namespace
+
+int open(const LogSite& site, const char* path) {
+    const int fd = openRetrying(path);
     if (fd <= 0) {
         ORVA_LOG_AT(site, kLogError, 0, "Failed to open proc entry '%s'", path);
+    }
+    return fd;
+}
+
+int openReportingErrno(const LogSite& site, const char* path) {
+    const int fd = openRetrying(path);
+    if (fd <= 0) {
+        // Descriptor 0 is no kernel error: there is no errno to report with it.
+        ORVA_LOG_AT(site, kLogError, fd < 0 ? errno : 0, "Failed to open proc entry '%s'", path);
     }
     return fd;
 }

@@ -12,6 +12,9 @@ namespace orva::gpioutils::attribute {
 // is a failure and is logged as "Failed to open proc entry '%s'" at the caller's site.
 int open(const LogSite& site, const char* path);
 
+// As open(), with the open's errno in the record (0 for descriptor 0, which is no kernel error).
+int openReportingErrno(const LogSite& site, const char* path);
+
 // Whether a descriptor returned by open() is usable.
 inline bool isOpen(int fd) { return fd > 0; }
 
