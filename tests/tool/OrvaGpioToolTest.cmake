@@ -201,3 +201,43 @@ run_tool(2 --board 0xA533 led front set 40 then)
 expect_in("${tool_err}" "an empty step")
 run_tool(2 --board 0xA533 --variant nothing led front set 40)
 expect_in("${tool_err}" "board 0xA533 has no variant 'nothing'")
+
+# Ethernet PHY LED on 0xA564: register 0x11 of eth0 holds 0x1234; on and off change bits 3..5 only,
+# shown before and after each write.
+run_tool(0 --board 0xA564 led phy on then off)
+expect_in("${tool_out}" "led phy: init -> ok\n  PHY eth0 register 0x11 holds 0x1234 (LED field 0x30: reads as off)\n")
+expect_in("${tool_out}" "led phy: on -> ok\n  PHY eth0 register 0x11: before 0x1234, after 0x123c (LED field 0x38: on)\n")
+expect_in("${tool_out}" "led phy: off -> ok\n  PHY eth0 register 0x11: before 0x123c, after 0x120c (LED field 0x08: off)\n")
+expect_in("${tool_out}" "mdio  eth0 init -> phy 1\n")
+expect_in("${tool_out}" "mdio  eth0 read reg 0x11 -> 0x1234\n")
+expect_in("${tool_out}" "mdio  eth0 write reg 0x11 0x123c -> 0\n")
+expect_in("${tool_out}" "mdio  eth0 write reg 0x11 0x120c -> 0\n")
+run_tool(0 --board 0xA533 led phy on)
+expect_in("${tool_out}" "led phy: init -> ok (this board has no such LED")
+
+# Glow light: the torch boards write "0" twice at init; user percent scaled to the board's range.
+run_tool(0 --board 0xA574 led glow set 100 then set 40)
+expect_in("${tool_out}" "led glow: init -> ok\n  glow light /sys/class/leds/torch1/brightness holds 0 (range 0..15)\n")
+expect_in("${tool_out}" "led glow: set 40 -> ok\n  glow light /sys/class/leds/torch1/brightness holds 6 (range 0..15)\n")
+expect_in("${tool_out}" " @0 \"0\\0\" (2 bytes) -> 2\n  [    0.000 ms] write /sys/class/leds/torch1/brightness fd ")
+run_tool(0 --board 0xA533 led glow set 10)
+expect_in("${tool_out}" "led glow: init -> ok (this board has no such LED")
+
+# Green status LED: amber's green share is 72 on 0xA574, 191 elsewhere.
+run_tool(0 --board 0xA574 led green color amber black then set 100)
+expect_in("${tool_out}" "led green: set 100 -> ok\n  green LED /sys/class/leds/G/brightness holds 72 (foreground amber, background black, value 255)\n")
+run_tool(0 --board 0xA571 led green color black green then set 100 then color amber black)
+expect_in("${tool_out}" "led green: set 100 -> ok\n  green LED /sys/class/leds/G/brightness holds 0 ")
+expect_in("${tool_out}" "led green: color amber black -> ok\n  green LED /sys/class/leds/G/brightness holds 191 ")
+
+# The white LED of 0xA598 through the infrared face and the glow light in turn.
+run_tool(0 --board 0xA598 white ir on then glow 50 then ir off then glow 100 then get)
+expect_in("${tool_out}" "white: glow light range 0..14900\n")
+expect_in("${tool_out}" "white ir on -> ok\n  white LED /sys/class/pwm/pwmchip0/pwm0/duty_cycle holds 14900\n")
+expect_in("${tool_out}" "white glow 50 -> ok\n  white LED /sys/class/pwm/pwmchip0/pwm0/duty_cycle holds 7450\n")
+expect_in("${tool_out}" "white ir off -> ok\n  white LED /sys/class/pwm/pwmchip0/pwm0/duty_cycle holds 0\n")
+expect_in("${tool_out}" "white get: device value 14900 of 14900 (glow user value 100)\n")
+run_tool(2 --board 0xA598 white glow 101)
+expect_in("${tool_err}" "the glow value must be 0..100: '101'")
+run_tool(2 --board 0xA598 white ir maybe)
+expect_in("${tool_err}" "white ir takes on or off, not 'maybe'")

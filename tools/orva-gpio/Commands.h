@@ -28,6 +28,10 @@ std::string ledVerbList();
 // "ir [--hwrev N] [--sstar] STEP [then STEP ...]": the infrared light, white light and accessory IR.
 int runIrCommand(const std::vector<std::string>& words, Context& context);
 
+// "white STEP [then STEP ...]": the white LED through the infrared face (on/off, level) and the glow
+// light (dimming) together.
+int runWhiteCommand(const std::vector<std::string>& words, Context& context);
+
 // "button NAME watch|press|release": events of one button or detector, or its simulated input.
 int runButtonCommand(const std::vector<std::string>& words, Context& context);
 // One line per button: "reset   reset button".

@@ -67,6 +67,8 @@ int run(const Options& options) {
         status = runLedCommand(words, context);
     } else if (group == "ir") {
         status = runIrCommand(words, context);
+    } else if (group == "white") {
+        status = runWhiteCommand(words, context);
     } else if (group == "button") {
         status = runButtonCommand(words, context);
     } else {
