@@ -202,6 +202,37 @@ expect_in("${tool_err}" "an empty step")
 run_tool(2 --board 0xA533 --variant nothing led front set 40)
 expect_in("${tool_err}" "board 0xA533 has no variant 'nothing'")
 
+# Multicolour LED class ring: one cell per LED read back from the class devices after each step.
+# On 0xA5B0 the green segment (30 % of 10 LEDs: 2) runs forward, the white one 8 LEDs behind it.
+# Each new step number moves the segment one LED.
+run_tool(0 --board 0xA5B0 led multicolor anim-color green white then density 30 then anim on
+         then step 1 then step 2 then step 3 then step 4 then step 5 then step 6 then step 7
+         then step 8 then step 9 then step 10 then step 10)
+expect_in("${tool_out}" "led multicolor: init -> ok\n  ring       ..........\n")
+expect_in("${tool_out}" "led multicolor: step 1 -> ok\n  ring       .GGWW.....\n")
+expect_in("${tool_out}" "led multicolor: step 2 -> ok\n  ring       ..GGWW....\n")
+expect_in("${tool_out}" "led multicolor: step 7 -> ok\n  ring       W......GGW\n")
+expect_in("${tool_out}" "led multicolor: step 9 -> ok\n  ring       GWW......G\n")
+expect_in("${tool_out}" "led multicolor: step 10 -> ok\n  ring       GGWW......\nled multicolor: step 10 -> ok\n  ring       GGWW......\n")
+expect_in("${tool_out}" "maxNumLed[10] maxNumWledModule[4] isRgbGroup[0] maxNumRgbGroup[0] maxIteration[10]")
+expect_in("${tool_out}" "/sys/class/leds/multicolor:status_1/multi_intensity")
+# On 0xA5A2 the segment runs backwards from the last LED; its amber is deeper (lower case: below half).
+run_tool(0 --board 0xA5A2 led multicolor anim-color blue blue then density 50 then step 1 then step 2
+         then color amber black then set 40)
+expect_in("${tool_out}" "led multicolor: step 1 -> ok\n  ring       BBBB.......B\n")
+expect_in("${tool_out}" "led multicolor: step 2 -> ok\n  ring       BBB.......BB\n")
+expect_in("${tool_out}" "led multicolor: set 40 -> ok\n  ring       yyyyyyyyyyyy\n")
+# The grouped ring of 0xEC70 shows one colour everywhere and has no animation.
+run_tool(1 --board 0xEC70 led multicolor color red white then set 100 then set 0 then anim on)
+expect_in("${tool_out}" "led multicolor: set 100 -> ok\n  ring       RRRRRRRRRRRRRRRRRRRRRRRRRRRRRRRRRRRR\n")
+expect_in("${tool_out}" "led multicolor: set 0 -> ok\n  ring       WWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWW\n")
+expect_in("${tool_out}" "led multicolor: anim on -> FAILED")
+expect_in("${tool_out}" "src/MulticolorLedFace:setAnimEnable:")
+# A board without the ring fails the init.
+run_tool(1 --board 0xA533 led multicolor set 50)
+expect_in("${tool_out}" "led multicolor: init -> FAILED")
+expect_in("${tool_out}" "Unknow sysid 42291 for multicolor leds")
+
 # Ethernet PHY LED on 0xA564: register 0x11 of eth0 holds 0x1234; on and off change bits 3..5 only,
 # shown before and after each write.
 run_tool(0 --board 0xA564 led phy on then off)
