@@ -62,7 +62,10 @@ RgbLedFace::~RgbLedFace() {
     attribute::close(brightnessFd);
     attribute::close(colorFgFd);
     attribute::close(colorBgFd);
-    if (isAnimSupported()) {
+    // The board is only asked when there is an animation file to close, so that a face that never
+    // opened one is destroyed without a device-information lookup.
+    const bool animationFileOpen = animDensityFd >= 0 || animColorFgFd >= 0 || animColorBgFd >= 0 || animTriggerFd >= 0;
+    if (animationFileOpen && isAnimSupported()) {
         attribute::close(animDensityFd);
         attribute::close(animColorFgFd);
         attribute::close(animColorBgFd);

@@ -163,7 +163,32 @@ TEST(RgbLedFaceDeathTest, AMissingBoardIdentifierIsFatal) {
     EXPECT_DEATH(RgbLedFace::ColorToDeviceColor(BaseLed::COLOR_RED), fatalPattern("sysid", "Key \"sysid\" not available"));
     CameraInfo::instance()["sysid"] = "0xA563";
     EXPECT_DEATH(face.isAnimSupported(), fatalPattern("sysid", "Key \"sysid\" has a different type than expected"));
-    CameraInfo::instance()["sysid"] = 0xA563ULL;  // the destructor asks too
+}
+
+TEST(RgbLedFace, AFaceThatOpenedNoAnimationFileIsDestroyedWithoutAskingTheBoard) {
+    SimBoard board(0xA563);
+    CameraInfo::instance().Free();
+    CameraInfo::instance().IsArray(false);
+    { RgbLedFace face; }
+    EXPECT_THAT(board.journal(), IsEmpty());
+}
+
+TEST(RgbLedFace, TheAnimationFilesAreClosedOnlyWhileTheBoardAnimates) {
+    SimBoard board(0xA563);
+    int animationFds[4];
+    {
+        ProbedFace face;
+        ASSERT_TRUE(face.init("rgb"));
+        animationFds[0] = face.animDensityFd;
+        animationFds[1] = face.animColorFgFd;
+        animationFds[2] = face.animColorBgFd;
+        animationFds[3] = face.animTriggerFd;
+        board.sandbox().clearJournal();
+        CameraInfo::instance()["sysid"] = static_cast<unsigned long long>(kPlainBoard);
+    }
+    EXPECT_THAT(described(board.journal()), ElementsAre(closed(kAvBrightness), closed(kAvColorFg), closed(kAvColorBg)));
+    EXPECT_EQ(board.sandbox().openDescriptors(), 4);
+    for (const int fd : animationFds) ::close(fd);
 }
 
 // ---- init ----
