@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -51,14 +52,16 @@ bool readNumber(const LogSite& site, int fd, int& value) {
     return true;
 }
 
-bool writeText(const LogSite& site, int fd, const std::string& text) {
-    const size_t length = text.size() + 1;
+bool writeText(const LogSite& site, int fd, const std::string& text) { return writeText(site, fd, text.c_str()); }
+
+bool writeText(const LogSite& site, int fd, const char* text) {
+    const size_t length = strlen(text) + 1;
     ssize_t written;
     do {
-        written = ::pwrite64(fd, text.c_str(), length, 0);
+        written = ::pwrite64(fd, text, length, 0);
     } while (written < 0 && errno == EINTR);
     if (written < 0 || static_cast<size_t>(written) != length) {
-        ORVA_LOG_AT(site, kLogError, errno, "Failed to write '%s' to proc entry 0x%x", text.c_str(), fd);
+        ORVA_LOG_AT(site, kLogError, errno, "Failed to write '%s' to proc entry 0x%x", text, fd);
         return false;
     }
     return true;

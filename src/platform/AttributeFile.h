@@ -26,6 +26,9 @@ bool readNumber(const LogSite& site, int fd, int& value);
 // "Failed to write '%s' to proc entry 0x%x" and gives false.
 bool writeText(const LogSite& site, int fd, const std::string& text);
 
+// As writeText, for text already in a buffer: hot paths write without building a string.
+bool writeText(const LogSite& site, int fd, const char* text);
+
 // The decimal text of value, as writeText.
 bool writeNumber(const LogSite& site, int fd, int value);
 
