@@ -477,4 +477,13 @@ int __xstat(int, const char* path, struct stat* info) { return statHook(path, in
 
 int __xstat64(int, const char* path, struct stat64* info) { return statHook(path, info, realStat64); }
 
+#if __SIZEOF_POINTER__ == 4
+// 32-bit targets built with 64-bit time (_TIME_BITS=64) call this one; its structure is only passed on.
+int __stat64_time64(const char* path, void* info) {
+    static int (*real)(const char*, void*) = nullptr;
+    if (real == nullptr) real = reinterpret_cast<int (*)(const char*, void*)>(orva::sim::nextSymbol("__stat64_time64"));
+    return statHook(path, info, real);
+}
+#endif
+
 }  // extern "C"
