@@ -302,3 +302,32 @@ run_tool(0 --board 0xA571 led mcu set 40)
 expect_in("${tool_out}" "led mcu: set 40 -> ok\n  the microcontroller runs this board's LED; value kept 40\n")
 run_tool(0 --board 0xA5A0 led mcu set 40)
 expect_in("${tool_out}" "this board's LED is not the microcontroller's; value kept 40\n")
+
+# AV colour LED on 0xA573 with the light on: red has no channel there (the AV LED shows it), blue
+# has one (the AV LED's foreground goes black, the blue channel takes the value).
+run_tool(0 --board 0xA573 led av set 100 then color red black then color blue black)
+expect_in("${tool_out}" "led av: init -> ok\n  AV LED: brightness 0, color_fg black, color_bg black\n  channel blue  /sys/class/backlight/bogus_bus:pwm_bl@2/brightness holds 0\n  channel white /sys/class/backlight/bogus_bus:pwm_bl@1/brightness holds 0\n")
+expect_in("${tool_out}" "led av: color red black -> ok\n  AV LED: brightness 1, color_fg red, color_bg black\n  channel blue  /sys/class/backlight/bogus_bus:pwm_bl@2/brightness holds 0\n")
+expect_in("${tool_out}" "led av: color blue black -> ok\n  AV LED: brightness 1, color_fg black, color_bg black\n  channel blue  /sys/class/backlight/bogus_bus:pwm_bl@2/brightness holds 99\n")
+expect_in("${tool_out}" "] write /sys/class/leds/orva::av/trigger fd ")
+expect_in("${tool_out}" " @0 \"none\\0\" (5 bytes) -> 5\n  [    0.000 ms] close /sys/class/leds/orva::av/trigger fd ")
+expect_in("${tool_out}" " @0 \"black\\0\" (6 bytes) -> 6\n  [    0.000 ms] write /sys/class/backlight/bogus_bus:pwm_bl@2/brightness fd ")
+expect_in("${tool_out}" " @0 \"99\\0\" (3 bytes) -> 3\n")
+# Off, a background with a channel lights it; the AP6256 variant of 0xA595 uses PWM 6 and 7.
+run_tool(0 --board 0xA595 --variant ap6256 led av set 0 then color red blue)
+expect_in("${tool_out}" "led av: color red blue -> ok\n  AV LED: brightness 0, color_fg red, color_bg black\n  channel blue  /sys/class/pwm/pwmchip0/pwm6/duty_cycle holds 99\n")
+run_tool(0 --board 0xA533 led av set 100)
+expect_in("${tool_out}" "led av: set 100 -> ok\n  no AV LED and no colour channel on this board\n")
+
+# RGB LED on the animation board 0xEC70: colour names with the white mixtures, animation settings,
+# "step_cw" for a new step and "none" when the animation is switched off.
+run_tool(0 --board 0xEC70 led rgb color white-red blue then anim-color red green then density 3 then anim on then step 2 then anim off)
+expect_in("${tool_out}" "led rgb: color white-red blue -> ok\n  AV LED: brightness 0, color_fg white_red, color_bg blue\n")
+expect_in("${tool_out}" "led rgb: density 3 -> ok\n  AV LED: brightness 0, color_fg white_red, color_bg blue\n  AV LED animation: anim_color_fg red, anim_color_bg green, anim_density 3, anim_trigger none\n")
+expect_in("${tool_out}" "led rgb: step 2 -> ok\n  AV LED: brightness 0, color_fg white_red, color_bg blue\n  AV LED animation: anim_color_fg red, anim_color_bg green, anim_density 3, anim_trigger step_cw\n")
+expect_in("${tool_out}" "led rgb: anim off -> ok\n  AV LED: brightness 0, color_fg white_red, color_bg blue\n  AV LED animation: anim_color_fg red, anim_color_bg green, anim_density 3, anim_trigger none\n")
+# Without animations the mixtures are black and the animation steps are refused.
+run_tool(1 --board 0xA573 led rgb color white-red blue then anim on)
+expect_in("${tool_out}" "led rgb: color white-red blue -> ok\n  AV LED: brightness 0, color_fg black, color_bg blue\n")
+expect_in("${tool_out}" "led rgb: anim on -> FAILED\n")
+expect_in("${tool_out}" "ERROR orva_gpio_utils src/RgbLedFace:setAnimEnable:")
