@@ -331,3 +331,23 @@ run_tool(1 --board 0xA573 led rgb color white-red blue then anim on)
 expect_in("${tool_out}" "led rgb: color white-red blue -> ok\n  AV LED: brightness 0, color_fg black, color_bg blue\n")
 expect_in("${tool_out}" "led rgb: anim on -> FAILED\n")
 expect_in("${tool_out}" "ERROR orva_gpio_utils src/RgbLedFace:setAnimEnable:")
+
+# KTD20xx rings: the white and colour rings read back from the driver nodes after each step. On
+# 0xEC70 the red segment of 25 LEDs (density 50) moves one LED per step over a blue background,
+# and a step writes only the two nodes that change.
+run_tool(0 --board 0xEC70 led ktd anim-color red blue then density 50 then step 1 then step 2)
+expect_in("${tool_out}" "led ktd: init -> ok\n  white      ....................................\n  colour     ....................................\n")
+expect_in("${tool_out}" "led ktd: step 1 -> ok\n  white      ....................................\n  colour     BRRRRRRRRRRRRRRRRRRRRRRRRRBBBBBBBBBB\n")
+expect_in("${tool_out}" "led ktd: step 2 -> ok\n  white      ....................................\n  colour     BBRRRRRRRRRRRRRRRRRRRRRRRRRBBBBBBBBB\n")
+expect_in("${tool_out}" "] write /sys/class/leds/ktd2061/A2 fd ")
+expect_in("${tool_out}" " @0 \"001\\0\" (4 bytes) -> 4\n  [    0.000 ms] write /sys/class/leds/ktd2060/A3 fd ")
+# The KTD2052 of 0xA5A4 takes a level per lit channel, and its "off" mode is written again once
+# the ring has been dark for more than a minute.
+run_tool(0 --board 0xA5A4 led ktd color white black then set 50 then set 0 then wait 60001 then service)
+expect_in("${tool_out}" "led ktd: set 50 -> ok\n  white      wwwwwwwwwwww\n  colour     ............\n")
+expect_in("${tool_out}" " @0 \"40 40 40 \\0\" (10 bytes) -> 10\n")
+expect_in("${tool_out}" "] write /sys/class/leds/ktd2052/mode fd ")
+expect_in("${tool_out}" " @0 \"2\\0\" (2 bytes) -> 2\n")
+run_tool(1 --board 0xA533 led ktd set 50)
+expect_in("${tool_out}" "led ktd: init -> FAILED\n")
+expect_in("${tool_out}" "Unknow sysid 42291 for ktd20xx leds")
