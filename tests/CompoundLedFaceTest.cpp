@@ -903,3 +903,20 @@ TEST(CompoundLedFace, ASecondInitGpioClosesWhatTheFirstOpened) {
     EXPECT_THAT(described(board.journal()), ElementsAreArray(expected));
     EXPECT_EQ(board.sandbox().openDescriptors(), 5);
 }
+
+TEST(CompoundLedFace, AFailingCloseDoesNotStopTheDestructor) {
+    SimBoard board(0xA573);
+    LogCapture log;
+    {
+        CompoundLedFace face;
+        ASSERT_TRUE(face.init("av"));
+        board.sandbox().clearJournal();
+        board.sandbox().failCalls(kAvBrightness, Call::Close, EIO);
+        board.sandbox().failCalls(kBusBacklight2, Call::Close, EINTR);
+    }
+    EXPECT_THAT(described(board.journal()),
+                ElementsAre(closed(kAvBrightness) + " !5", closed(kAvColorFg), closed(kAvColorBg), closed(kBusBacklight2) + " !4",
+                            closed(kBusBacklight1)));
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
+    EXPECT_THAT(log.records(), IsEmpty());
+}

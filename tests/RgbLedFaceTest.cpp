@@ -701,3 +701,30 @@ TEST(RgbLedFace, ChangesCostExactlyTheirWritesAndNoAllocation) {
     EXPECT_EQ(cost, simulatorCost(made));
     EXPECT_THAT(t.log.records(), IsEmpty());
 }
+
+TEST(RgbLedFace, AFailingCloseDoesNotStopTheDestructor) {
+    SimBoard board(0xEC70);
+    LogCapture log;
+    {
+        RgbLedFace face;
+        ASSERT_TRUE(face.init("rgb"));
+        board.sandbox().clearJournal();
+        board.sandbox().failCalls(kAvColorFg, Call::Close, EIO);
+        board.sandbox().failCalls(kAnimColorBg, Call::Close, EINTR);
+    }
+    EXPECT_THAT(described(board.journal()),
+                ElementsAre(closed(kAvBrightness), closed(kAvColorFg) + " !5", closed(kAvColorBg), closed(kAnimDensity),
+                            closed(kAnimColorFg), closed(kAnimColorBg) + " !4", closed(kAnimTrigger)));
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST(RgbLedFace, AFailingTriggerCloseStillLetsInitSucceed) {
+    SimBoard board(0xA573);
+    LogCapture log;
+    board.sandbox().failCalls(kAvTrigger, Call::Close, EIO);
+    RgbLedFace face;
+    EXPECT_TRUE(face.init("rgb"));
+    EXPECT_EQ(described(board.journal()).back(), closed(kAvTrigger) + " !5");
+    EXPECT_THAT(log.records(), IsEmpty());
+}
