@@ -208,6 +208,21 @@ TEST(GreenLedFace, DestructorClosesTheFile) {
     EXPECT_EQ(board.sandbox().openDescriptors(), 0);
 }
 
+TEST(GreenLedFace, AFailingCloseIsNotReported) {
+    SimBoard board(0xA574);
+    LogCapture log;
+    {
+        GreenLedFace led;
+        ASSERT_TRUE(led.init("green"));
+        board.sandbox().failCalls(kGreen, Call::Close, EIO);
+        board.sandbox().clearJournal();
+    }
+    const auto closes = calls(board.journal(), Call::Close);
+    ASSERT_EQ(closes.size(), 1u);
+    EXPECT_EQ(closes[0].error, EIO);
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
 // ---- the colour rule ----
 
 TEST(GreenLedFace, GreenForegroundShowsTheValue) {

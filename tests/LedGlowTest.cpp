@@ -179,6 +179,10 @@ TEST(LedGlow, MissingSysidIsFatalAfterTheDoorbellFlagWasRead) {
     CameraInfo::instance().Free();
     CameraInfo::instance().IsArray(false);
     LedGlow led;
+    // A doorbell answers before the board identifier is looked at.
+    setDoorbell(true);
+    EXPECT_TRUE(led.exists());
+    setDoorbell(false);
     EXPECT_DEATH(led.exists(), "camerainfo:sysid:[0-9]+: Key \"sysid\" not available(.|\n)*forceCrash called");
     CameraInfo::instance()["sysid"] = "A598";
     EXPECT_DEATH(led.rangeMax(),
@@ -504,6 +508,22 @@ TEST(LedGlow, FailedAndShortValueWritesAreReportedAndTheValueStaysUnknown) {
     board.sandbox().clearJournal();
     EXPECT_TRUE(led.setValue(100, false));
     EXPECT_EQ(fileCalls(board.journal()), (std::vector<FileCall>{writeOf(kPwm1, "75")}));
+}
+
+TEST(LedGlow, AFailingCloseIsNotReported) {
+    SimBoard board(0xA59A);
+    LogCapture log;
+    {
+        LedGlow led;
+        ASSERT_TRUE(led.init("glow"));
+        board.sandbox().failCalls(kPwm1, Call::Close, EIO);
+        board.sandbox().clearJournal();
+    }
+    const auto closes = calls(board.journal(), Call::Close);
+    ASSERT_EQ(closes.size(), 1u);
+    EXPECT_EQ(closes[0].error, EIO);
+    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
 }
 
 // ---- steady state ----

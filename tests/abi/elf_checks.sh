@@ -151,7 +151,7 @@ check_hardening() {
 }
 
 # libc entry points that reach files, the clock, shared memory or other programs.
-hooked_pattern='^(__)?(open|openat|creat|stat|xstat|pread|pwrite|read|write|readv|writev|preadv|pwritev|close|lseek|usleep|sleep|nanosleep|clock_gettime|clock_nanosleep|gettimeofday|time|shmget|shmat|shmctl|shmdt|posix_spawn|posix_spawnp|fork|vfork|execv|execve|execvp|execl|execlp|system|popen|waitpid)(64)?(_2|_chk|_time64)?$|^__(clock_gettime|nanosleep|clock_nanosleep)(64|_time64)$'
+hooked_pattern='^(__)?(open|openat|creat|stat|xstat|pread|pwrite|read|write|readv|writev|preadv|pwritev|close|lseek|usleep|sleep|nanosleep|clock_gettime|clock_nanosleep|gettimeofday|time|shmget|shmat|shmctl|shmdt|posix_spawn|posix_spawnp|fork|vfork|execv|execve|execvp|execl|execlp|system|popen|waitpid|ioctl)(64)?(_2|_chk|_time64)?$|^__(clock_gettime|nanosleep|clock_nanosleep)(64|_time64)$'
 
 check_hooks() {
   local lib=$1 host=$2 sim=$3
