@@ -350,6 +350,23 @@ TEST(MulticolorLedFace, ValueShowsTheForegroundOnEveryNodeInRingOrder) {
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
+TEST(MulticolorLedFace, UpdateKeepsNoCopyAndWritesEveryNodeEachTime) {
+    SimBoard board(0xA5B0);
+    MulticolorLedFace face;
+    ASSERT_TRUE(face.init("ring"));
+    ASSERT_TRUE(face.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+    ASSERT_TRUE(face.setValue(60, false));  // 153
+    for (int round = 0; round < 2; ++round) {
+        board.sandbox().clearJournal();
+        ASSERT_TRUE(face.update());
+        EXPECT_THAT(writes(board.journal()), ElementsAreArray(tenLedWrites("0 0 153", "0 0 0", "0 0 0"))) << round;
+    }
+    // What another writer left in a file is overwritten by the next update.
+    board.sandbox().setValue(statusIntensity(4), "9 9 9");
+    ASSERT_TRUE(face.update());
+    EXPECT_EQ(board.value(statusIntensity(4)), "0 0 153");
+}
+
 TEST(MulticolorLedFace, ValueZeroShowsTheBackgroundAtFullIntensity) {
     SimBoard board(0xA5B0);
     MulticolorLedFace face;
