@@ -284,6 +284,13 @@ int statHook(const char* path, Buffer* info, Real real) {
     HookScope scope;
     Sandbox::State* state = scope.entered() ? activeState() : nullptr;
     if (state == nullptr || !orva::sim::isSimulatedPath(path)) return real(path, info);
+    // As for open: a link planted below the sandbox root is not followed out of it.
+    struct stat64 checked {};
+    if (orva::sim::safe::statBeneath(state->root, path, checked) != 0) return -1;
+    if (S_ISLNK(checked.st_mode)) {
+        errno = ELOOP;
+        return -1;
+    }
     const std::string file = state->root + path;
     return real(file.c_str(), info);
 }

@@ -82,6 +82,11 @@ TEST(SimSandboxSafety, ALinkedDirectoryInTheSandboxIsRefusedNotFollowed) {
     EXPECT_THROW(sandbox.setValue("/sys/class/leds/evil/precious", "overwritten"), std::invalid_argument);
     EXPECT_EQ(sandbox.value("/sys/class/leds/evil/precious"), "");
     EXPECT_FALSE(sandbox.hasAttribute("/sys/class/leds/evil/precious"));
+    // The platform's isFile asks through stat: it does not see through the link either.
+    struct stat64 info {};
+    errno = 0;
+    EXPECT_EQ(stat64("/sys/class/leds/evil/precious", &info), -1);
+    EXPECT_EQ(errno, ELOOP);
     EXPECT_EQ(outside.content(), "keep");
     EXPECT_EQ(outside.mode(), 0600u);
 }
