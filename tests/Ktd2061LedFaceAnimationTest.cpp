@@ -1,6 +1,10 @@
 // The running-light animation of the KTD20xx rings: the segment length from the density, one LED
 // further per step, the background on the LEDs the segment leaves dark, frame by frame as the nodes
 // hold it, and the writes each step costs. Every case runs in a child process.
+#include <cstdint>
+#include <memory>
+#include <vector>
+
 #include "AllocationCounter.h"
 #include "Ktd2061LedFaceTestSupport.h"
 
@@ -328,5 +332,61 @@ TEST(Ktd2061LedFaceAnimation, FailedStepWriteIsLoggedAndTheNextStepCatchesUp) {
         ASSERT_TRUE(face.setAnimStep(3));
         EXPECT_EQ(colourRing(board, kA598), "...R........");
         EXPECT_THAT(writes(board.journal()), ElementsAre("61/C3 100\\0"));
+    });
+}
+
+TEST(Ktd2061LedFaceAnimation, SegmentFillWrapsFromAnyStartAndKeepsBytes) {
+    inFreshProcess([] {
+        Ktd2061LedFace face;
+        Ktd2061LedFace::LedsState state;
+        state.len = 5;
+        state.val = 0;
+        state.vals = std::make_unique<uint8_t[]>(5);
+        auto levels = [&state] {
+            std::vector<int> all;
+            for (int i = 0; i < state.len; ++i) all.push_back(state.vals[i]);
+            return all;
+        };
+        // From LED 3, two LEDs: 3 and 4.
+        EXPECT_TRUE(face.updatePosVals(state, 99, 3, 2));
+        EXPECT_EQ(levels(), (std::vector<int>{0, 0, 0, 99, 99}));
+        EXPECT_EQ(state.val, 99);
+        // Wrapping past the end: 4, 0, 1.
+        EXPECT_TRUE(face.updatePosVals(state, 50, 4, 3));
+        EXPECT_EQ(levels(), (std::vector<int>{50, 50, 0, 0, 50}));
+        // A start beyond the ring or before it lands on the ring.
+        EXPECT_TRUE(face.updatePosVals(state, 7, 7, 1));
+        EXPECT_EQ(levels(), (std::vector<int>{0, 0, 7, 0, 0}));
+        EXPECT_TRUE(face.updatePosVals(state, 7, -1, 2));
+        EXPECT_EQ(levels(), (std::vector<int>{7, 0, 0, 0, 7}));
+        // More than the ring lights all of it; none or a negative count darkens it.
+        EXPECT_TRUE(face.updatePosVals(state, 1, 0, 100));
+        EXPECT_EQ(levels(), (std::vector<int>{1, 1, 1, 1, 1}));
+        EXPECT_TRUE(face.updatePosVals(state, 1, 0, -3));
+        EXPECT_EQ(levels(), (std::vector<int>{0, 0, 0, 0, 0}));
+        // Levels are bytes: 300 is 44.
+        EXPECT_TRUE(face.updateVals(300, state));
+        EXPECT_EQ(levels(), (std::vector<int>{44, 44, 44, 44, 44}));
+        EXPECT_EQ(state.val, 44);
+        // An empty channel has nothing to fill.
+        Ktd2061LedFace::LedsState empty{};
+        EXPECT_TRUE(face.updatePosVals(empty, 99, 3, 2));
+        EXPECT_TRUE(face.updateVals(99, empty));
+        EXPECT_EQ(empty.val, 99);
+    });
+}
+
+TEST(Ktd2061LedFaceAnimation, NegativeNodeCountsBuildAnEmptyModule) {
+    inFreshProcess([] {
+        Ktd2061LedFace face;
+        Ktd2061LedFace::ktd20xxSysfsConfig_s config;
+        const char* const names[] = {"61/A1"};
+        EXPECT_TRUE(face.initConfig(config, names, -1, names, -128, names, -5, names, 1, names, -1, names, -1));
+        EXPECT_EQ(config.module[0].brightness.num, 0);
+        EXPECT_EQ(config.module[0].pattern.num, 0);
+        EXPECT_EQ(config.module[0].numLeds, 0);
+        EXPECT_EQ(config.module[1].brightness.num, 1);
+        EXPECT_EQ(config.module[1].numLeds, 0);
+        EXPECT_EQ(face.getSysId(config.module[1], 0), -1);
     });
 }
