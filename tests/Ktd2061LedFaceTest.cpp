@@ -913,3 +913,27 @@ TEST(Ktd2061LedFace, AnimationLengthWithoutLedsIsAnError) {
                                                Expected{kSource, "getAnimLen", 3, 0, "error number of RGBLED : 0"}));
     });
 }
+
+TEST(Ktd2061LedFace, AnimationCallsAreRefusedWhenADerivedFaceHasNoAnimation) {
+    inFreshProcess([] {
+        struct StillKtd : Ktd2061LedFace {
+            bool isAnimSupported() override { return false; }
+        };
+        SimBoard board(0xA598);
+        LogCapture log;
+        StillKtd face;
+        ASSERT_TRUE(face.init("ring"));
+        log.clear();
+        board.sandbox().clearJournal();
+        EXPECT_FALSE(face.setAnimColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLUE));
+        EXPECT_FALSE(face.setAnimEnable(true));
+        EXPECT_FALSE(face.setAnimStep(4));
+        EXPECT_EQ(face.readFgAnimColor(), BaseLed::COLOR_NONE);
+        EXPECT_FALSE(face.readAnimEnable());
+        EXPECT_EQ(face.readAnimStep(), -1);
+        EXPECT_THAT(board.journal(), IsEmpty());
+        EXPECT_THAT(log.records(), ElementsAre(Expected{kSource, "setAnimColor", 3, 0, "Not supported"},
+                                               Expected{kSource, "setAnimEnable", 3, 0, "Not supported"},
+                                               Expected{kSource, "setAnimStep", 3, 0, "Not supported"}));
+    });
+}
