@@ -22,9 +22,7 @@ extern "C" ORVA_PLATFORM_API int logInternal(const char* tag, const char* file, 
                                              const char* format, ...)
     __attribute__((format(printf, 8, 9)));
 // Ends the process after a fatal inconsistency; logResult is what the describing logInternal returned.
-extern "C" {
-[[noreturn]] ORVA_PLATFORM_API void forceCrash(int logResult);
-}
+extern "C" ORVA_PLATFORM_API __attribute__((noreturn)) void forceCrash(int logResult);
 // True when the device runs in console mode.
 extern "C" ORVA_PLATFORM_API bool ConsoleEnabled(void);
 // Monotonic milliseconds; never 0.
