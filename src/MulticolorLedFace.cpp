@@ -219,8 +219,11 @@ bool MulticolorLedFace::initGPIO() {
     const auto openInto = [](std::vector<int>& fds, const char* classDir, int index, const char* file) {
         char path[128];
         devicePath(path, classDir, index, file);
-        const int fd = attribute::open(orva::gpioutils::LogSite{kLogSource, "initGPIO", __LINE__}, path);
-        if (!attribute::isOpen(fd)) return false;
+        int fd = attribute::open(orva::gpioutils::LogSite{kLogSource, "initGPIO", __LINE__}, path);
+        if (!attribute::isOpen(fd)) {
+            attribute::close(fd);  // descriptor 0 is still a descriptor this face opened
+            return false;
+        }
         fds.push_back(fd);
         return true;
     };

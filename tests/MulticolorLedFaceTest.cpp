@@ -943,13 +943,24 @@ TEST(MulticolorLedFace, MissingOrInterruptedOpensAndDescriptorZero) {
         EXPECT_THAT(log.records(), ElementsAre(infoLine(10, 4, 0, 0, 10), openFailed(indicatorIntensity(0)), initFailed()));
         EXPECT_TRUE(face.wledFds.empty());
         EXPECT_EQ(face.rgbFds.size(), 1u);
+        // Descriptor 0 counts as a failed open, but the face opened it: it is closed at once, and
+        // nothing else is touched.
+        const auto& journal = board.journal();
+        ASSERT_EQ(journal.size(), 4u);
+        EXPECT_EQ(journal[2].call, Call::Open);
+        EXPECT_EQ(journal[2].path, indicatorIntensity(0));
+        EXPECT_EQ(journal[2].result, 0);
+        EXPECT_EQ(journal[3].call, Call::Close);
+        EXPECT_EQ(journal[3].fd, 0);
+        EXPECT_EQ(journal[3].result, 0);
         board.sandbox().clearJournal();
     }
-    // Descriptor 0 was never kept, so it is not closed.
+    // The destructor closes the two files that did open, and descriptor 0 is not closed twice.
     const auto closes = calls(board.journal(), Call::Close);
     ASSERT_EQ(closes.size(), 2u);
     EXPECT_EQ(closes[0].path, statusIntensity(0));
     EXPECT_EQ(closes[1].path, statusBrightness(0));
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
 }
 
 TEST(MulticolorLedFace, FailedBrightnessWriteFailsTheInit) {
