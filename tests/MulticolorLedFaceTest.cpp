@@ -555,6 +555,29 @@ TEST(MulticolorLedFace, FirstStepMovesTheSegmentOneLedAndWritesEveryNodeFromTheP
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
+// At position 9 of the ten-LED ring the white walk starts at LED 9, the last LED: its triple is the
+// fourth device's first channel and is written at once, before the walk wraps to LED 0.
+TEST(MulticolorLedFace, WhiteWalkFromTheLastLedWritesItsShortTripleFirst) {
+    SimBoard board(0xA5B0);
+    LogCapture log;
+    ProbedFace face;
+    ASSERT_TRUE(face.init("ring"));
+    ASSERT_TRUE(face.setAnimColor(BaseLed::COLOR_GREEN, BaseLed::COLOR_WHITE));
+    ASSERT_TRUE(face.setAnimDensity(100));  // 9 LEDs
+    for (int frame = 1; frame <= 8; ++frame) ASSERT_TRUE(face.setAnimStep(frame));
+    log.clear();
+    board.sandbox().clearJournal();
+    ASSERT_TRUE(face.setAnimStep(9));
+    EXPECT_EQ(face.animPos, 9);
+    // Green on LEDs 9, 0, ..., 7; white 8 behind, on LEDs 1 to 9.
+    EXPECT_THAT(writes(board.journal()),
+                ElementsAre("indicator_3=255 0 0", "status_9=255 0 0", "status=255 0 0", "status_1=255 0 0",
+                            "indicator=0 255 255", "status_2=255 0 0", "status_3=255 0 0", "status_4=255 0 0",
+                            "indicator_1=255 255 255", "status_5=255 0 0", "status_6=255 0 0", "status_7=255 0 0",
+                            "indicator_2=255 255 255", "status_8=0 0 0"));
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
 TEST(MulticolorLedFace, BackwardRingStartsAtItsLastLedAndWrapsEveryTwelveSteps) {
     SimBoard board(0xA5A2);
     ProbedFace face;
