@@ -695,6 +695,39 @@ TEST(MulticolorLedFace, ColoursOutsideRgbwWarnOncePerColourAndShowNothing) {
                                            Expected{kSource, "updateAnimVals", 4, 0, "Only support RGBW color now"}));
 }
 
+// Colour numbers outside 1..15: the setters refuse them and record nothing; handed to the drawing
+// operations directly they only warn and leave the ring dark.
+TEST(MulticolorLedFace, ColourNumbersOutOfRangeAreRefusedOrDrawnDark) {
+    SimBoard board(0xA5B0);
+    LogCapture log;
+    ProbedFace face;
+    ASSERT_TRUE(face.init("ring"));
+    ASSERT_TRUE(face.setAnimColor(BaseLed::COLOR_GREEN, BaseLed::COLOR_WHITE));
+    log.clear();
+    board.sandbox().clearJournal();
+    EXPECT_FALSE(face.setAnimColor(BaseLed::COLOR_NONE, BaseLed::COLOR_RED));
+    EXPECT_FALSE(face.setAnimColor(BaseLed::COLOR_RED, static_cast<Color>(16)));
+    EXPECT_FALSE(face.setAnimColor(static_cast<Color>(INT_MIN), BaseLed::COLOR_RED));
+    EXPECT_FALSE(face.setAnimColor(BaseLed::COLOR_RED, static_cast<Color>(-1)));
+    EXPECT_EQ(face.readFgAnimColor(), BaseLed::COLOR_GREEN);
+    EXPECT_EQ(face.readBgAnimColor(), BaseLed::COLOR_WHITE);
+    EXPECT_THAT(board.journal(), IsEmpty());
+    EXPECT_THAT(log.records(), IsEmpty());
+
+    ASSERT_TRUE(face.updateAnimVals(255, static_cast<Color>(INT_MIN), static_cast<Color>(INT_MAX)));
+    EXPECT_EQ(face.animPos, 1);
+    EXPECT_THAT(statusContents(board, 10), ElementsAreArray(std::vector<std::string>(10, "0 0 0")));
+    EXPECT_THAT(indicatorContents(board, 4), ElementsAreArray(std::vector<std::string>(4, "0 0 0")));
+    EXPECT_EQ(calls(board.journal(), Call::Write).size(), 14u);
+    EXPECT_THAT(log.records(), ElementsAre(Expected{kSource, "updateAnimVals", 4, 0, "Only support RGBW color now"},
+                                           Expected{kSource, "updateAnimVals", 4, 0, "Only support RGBW color now"}));
+    log.clear();
+    ASSERT_TRUE(face.updateAllLeds(static_cast<Color>(INT_MAX), 255));
+    ASSERT_TRUE(face.updateAllLeds(static_cast<Color>(INT_MIN), 255));  // below black: no warning
+    EXPECT_THAT(statusContents(board, 10), ElementsAreArray(std::vector<std::string>(10, "0 0 0")));
+    EXPECT_THAT(log.records(), ElementsAre(Expected{kSource, "updateAllLeds", 4, 0, "Not supported color 2147483647"}));
+}
+
 TEST(MulticolorLedFace, SwitchingTheAnimationOffRedrawsTheStillPicture) {
     SimBoard board(0xA5B0);
     MulticolorLedFace face;
