@@ -636,6 +636,38 @@ TEST(LedSysfsA597, SecondUnitIsReadBackAsHexadecimalButWrittenAsDecimal) {
     });
 }
 
+// The camera's long has 32 bits: a read-back number beyond that range saturates as the camera's
+// parse does (with ERANGE), whatever the width of long where the suite runs.
+TEST(LedSysfsA597, ReadBackBeyond32BitsSaturatesAsOnTheCamera) {
+    inFreshProcess([] {
+        SimBoard board(0xA597);
+        LogCapture log;
+        LedSysfs led;
+        ASSERT_TRUE(led.init("status"));
+        board.sandbox().setValue(lp5012('R', 2), "123456789a");    // above: 0x7fffffff, keeps 0xff
+        board.sandbox().setValue(lp5012('G', 2), "-123456789a");   // below: -0x80000000, keeps 0x00
+        board.sandbox().setValue(lp5012('B', 2), "7fffff9a");      // the largest in range is kept as it is
+        board.sandbox().setValue(lp5012('W', 2), "-80000000");     // the smallest in range as well
+        errno = 0;
+        EXPECT_TRUE(led.writeValue(50));
+        EXPECT_EQ(board.value(lp5012('R', 2)), "3289855");
+        EXPECT_EQ(board.value(lp5012('G', 2)), "0");
+        EXPECT_EQ(board.value(lp5012('B', 2)), "154");
+        EXPECT_EQ(board.value(lp5012('W', 2)), "0");
+        EXPECT_THAT(log.records(), IsEmpty());
+
+        // The saturated parse leaves ERANGE behind, and a short write after it reports that.
+        board.sandbox().setValue(lp5012('R', 2), "fffffffff");
+        board.sandbox().shortWrite(lp5012('R', 2), 1);
+        board.sandbox().clearJournal();
+        errno = 0;
+        EXPECT_FALSE(led.writeValue(50));
+        const int fd = openedFd(board.journal(), lp5012('R', 2));
+        EXPECT_EQ(storedValue(led), 50);
+        EXPECT_THAT(log.records(), ElementsAre(writeFailed("3289855", fd, ERANGE)));
+    });
+}
+
 TEST(LedSysfsA597, SetColorBeforeAnyWriteWrapsTheFieldsAs32Bits) {
     inFreshProcess([] {
         SimBoard board(0xA597);
