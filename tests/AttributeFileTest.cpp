@@ -150,7 +150,21 @@ TEST_F(AttributeFile, OnlyFifteenBytesAreRead) {
     ASSERT_EQ(reads.size(), 1u);
     EXPECT_EQ(reads[0].count, 15u);
     EXPECT_EQ(reads[0].bytes, "123456789012345");
-    EXPECT_EQ(value, atoi("123456789012345"));
+    // Beyond int, the number saturates as the camera's atoi does (its long has 32 bits).
+    EXPECT_EQ(value, 2147483647);
+}
+
+TEST_F(AttributeFile, NumbersBeyondIntSaturateAsOnTheCamera) {
+    const std::pair<const char*, int> cases[] = {{"2147483647", 2147483647}, {"2147483648", 2147483647},
+                                                 {"-2147483648", -2147483648}, {"-2147483649", -2147483648},
+                                                 {"-99999999999999", -2147483648}, {"4294967295", 2147483647}};
+    ASSERT_TRUE(face.init("front"));
+    for (const auto& [text, expected] : cases) {
+        board.sandbox().setValue(kPath, text);
+        int value = 0;
+        ASSERT_TRUE(face.readValue(value)) << text;
+        EXPECT_EQ(value, expected) << text;
+    }
 }
 
 TEST_F(AttributeFile, TextIsTrimmedBeforeConversion) {

@@ -3,7 +3,9 @@
 // by a client can be anything, so that no input makes the computation undefined.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 
 namespace orva::gpioutils::arith {
@@ -25,6 +27,22 @@ inline int32_t div(int32_t a, int32_t b) {
     if (b == 0) return 0;
     if (b == -1) return sub(0, a);
     return a / b;
+}
+
+// strtol(text, nullptr, base) as on the camera, whose long has 32 bits: a number beyond that range
+// saturates (and sets ERANGE), whatever the width of long where the library runs. atoi(text) on the
+// camera is this with base 10; the standard atoi is undefined for such text.
+inline int32_t parseLong32(const char* text, int base) {
+    const long long parsed = strtoll(text, nullptr, base);
+    if (parsed > std::numeric_limits<int32_t>::max()) {
+        errno = ERANGE;
+        return std::numeric_limits<int32_t>::max();
+    }
+    if (parsed < std::numeric_limits<int32_t>::min()) {
+        errno = ERANGE;
+        return std::numeric_limits<int32_t>::min();
+    }
+    return static_cast<int32_t>(parsed);
 }
 
 }  // namespace orva::gpioutils::arith

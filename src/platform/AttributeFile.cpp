@@ -1,5 +1,7 @@
 #include "AttributeFile.h"
 
+#include "Arithmetic32.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -7,6 +9,8 @@
 #include <unistd.h>
 
 namespace orva::gpioutils::attribute {
+
+namespace arith = orva::gpioutils::arith;
 
 namespace {
 int openRetrying(const char* path) {
@@ -48,7 +52,8 @@ bool readNumber(const LogSite& site, int fd, int& value) {
     }
     std::string text(buffer, static_cast<size_t>(count));
     orva::utils::trim(text);
-    value = atoi(text.c_str());
+    // atoi as the camera computes it: out-of-range text saturates instead of being undefined.
+    value = arith::parseLong32(text.c_str(), 10);
     return true;
 }
 
