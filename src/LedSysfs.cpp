@@ -1,11 +1,11 @@
 #include "orva_gpio_utils/LedSysfs.h"
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "platform/Arithmetic32.h"
 #include "platform/AttributeFile.h"
 #include "platform/AttributeText.h"
 #include "platform/CameraInfoLookup.h"
@@ -124,21 +124,6 @@ bool writeFirstUnit(const LogSite& site, const char* path, uint32_t value) {
     return writeFile(site, path, value * 0x010101u);
 }
 
-// strtol(text, nullptr, 16) as on the camera, whose long has 32 bits: a number beyond that range
-// saturates and leaves ERANGE, whatever the width of long where the library is built.
-int32_t parseHexAsCamera(const char* text) {
-    const long long parsed = strtoll(text, nullptr, 16);
-    if (parsed > INT32_MAX) {
-        errno = ERANGE;
-        return INT32_MAX;
-    }
-    if (parsed < INT32_MIN) {
-        errno = ERANGE;
-        return INT32_MIN;
-    }
-    return static_cast<int32_t>(parsed);
-}
-
 // The second unit takes the value in its two upper fields; its lowest field, read back as
 // hexadecimal text, is written back unchanged (in decimal, as every write).
 bool writeSecondUnit(const LogSite& site, const char* path, uint32_t value) {
@@ -151,7 +136,8 @@ bool writeSecondUnit(const LogSite& site, const char* path, uint32_t value) {
     if (count >= 1 && count <= 15) {
         std::string text(buffer, static_cast<size_t>(count));
         orva::utils::trim(text);
-        kept = static_cast<uint32_t>(parseHexAsCamera(text.c_str())) & 0xFFu;
+        // Parsed as on the camera, whose long has 32 bits: beyond that range the number saturates.
+        kept = static_cast<uint32_t>(orva::gpioutils::arith::parseLong32(text.c_str(), 16)) & 0xFFu;
     } else {
         ORVA_LOG_AT(site, kLogWarning, 0, "Failed to read from proc entry 0x%x, num bytes read %d", fd,
                     static_cast<int>(count));
