@@ -11,47 +11,19 @@
 
 #include <gtest/gtest.h>
 
+#include "LayoutCheck.h"
 #include "SlotIndex.h"
 #include "orva_gpio_utils/Ktd2061LedFace.h"
 
 namespace {
 
+using orva::test::abi::BaseLedMirror;
+using orva::test::abi::expectMember;
 using orva::test::abi::memberOffset;
-
-template <typename Owner, typename Type, typename Mirror, typename MirrorType>
-void expectMember(const char* name, Type Owner::*actual, MirrorType Mirror::*expected) {
-    EXPECT_TRUE((std::is_same_v<Type, MirrorType>)) << name << " changed its type";
-    EXPECT_EQ(memberOffset(actual), memberOffset(expected)) << name << " moved";
-}
 
 #define EXPECT_FIELD(Actual, Mirror, member) expectMember(#member, &Actual::member, &Mirror::member)
 
 using Face = Ktd2061LedFace;
-
-struct BaseLedMirror {
-    virtual ~BaseLedMirror() = default;
-    std::map<BaseLed::Color, BaseLed::ColorCode> colorCodes;
-    bool initialized;
-    std::string name;
-    bool exists;
-    bool binary;
-    int32_t rangeMin;
-    int32_t rangeMax;
-    bool autoMode;
-    int32_t currentValue;
-    int32_t autoModeState;
-    bool saved;
-    bool savedAutoMode;
-    int32_t savedValue;
-    int32_t brightness;
-    BaseLed::Color fgColor;
-    BaseLed::Color bgColor;
-    BaseLed::Color fgAnimColor;
-    BaseLed::Color bgAnimColor;
-    int32_t animDensity;
-    bool animEnable;
-    int32_t animStep;
-};
 
 struct KtdMirror : BaseLedMirror {
     std::map<BaseLed::Color, std::unique_ptr<Face::LedsState>> ledsStates;

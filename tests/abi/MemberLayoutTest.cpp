@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "LayoutCheck.h"
 #include "SlotIndex.h"
 #include "orva_gpio_utils/BaseButton.h"
 #include "orva_gpio_utils/BaseGPIOResetButton.h"
@@ -21,44 +22,11 @@
 
 namespace {
 
+using orva::test::abi::BaseLedMirror;
+using orva::test::abi::expectMember;
 using orva::test::abi::memberOffset;
 
-// Same offset and same type as the mirror's member.
-template <typename Owner, typename Type, typename Mirror, typename MirrorType>
-void expectMember(const char* name, Type Owner::*actual, MirrorType Mirror::*expected) {
-    EXPECT_TRUE((std::is_same_v<Type, MirrorType>)) << name << " changed its type";
-    EXPECT_EQ(memberOffset(actual), memberOffset(expected)) << name << " moved";
-}
-
-#define EXPECT_MEMBER(Access, member, Mirror, mirrorMember) \
-    expectMember(#member, &Access::member, &Mirror::mirrorMember)
-
 // --- BaseLed ---
-
-struct BaseLedMirror {
-    virtual ~BaseLedMirror() = default;
-    std::map<BaseLed::Color, BaseLed::ColorCode> colorCodes;
-    bool initialized;
-    std::string name;
-    bool exists;
-    bool binary;
-    int32_t rangeMin;
-    int32_t rangeMax;
-    bool autoMode;
-    int32_t currentValue;
-    int32_t autoModeState;
-    bool saved;
-    bool savedAutoMode;
-    int32_t savedValue;
-    int32_t brightness;
-    BaseLed::Color fgColor;
-    BaseLed::Color bgColor;
-    BaseLed::Color fgAnimColor;
-    BaseLed::Color bgAnimColor;
-    int32_t animDensity;
-    bool animEnable;
-    int32_t animStep;
-};
 
 struct BaseLedAccess : BaseLed {
     using BaseLed::animDensity_;

@@ -59,4 +59,16 @@ std::ptrdiff_t memberOffset(Member Class::*member) {
     return offset;
 }
 
+// The first virtual function a class derived from Base adds lands right after Base's last slot,
+// so its slot is the number of slots Base has.
+template <typename Base>
+struct Appended : Base {
+    virtual void appendedSlot() {}
+};
+
+template <typename Base>
+std::ptrdiff_t slotCount() {
+    return slotIndex(&Appended<Base>::appendedSlot);
+}
+
 }  // namespace orva::test::abi

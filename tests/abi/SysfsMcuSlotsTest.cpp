@@ -11,17 +11,8 @@
 
 namespace {
 
+using orva::test::abi::slotCount;
 using orva::test::abi::slotIndex;
-
-template <typename Base>
-struct Appended : Base {
-    virtual void appendedSlot() {}
-};
-
-template <typename Base>
-std::ptrdiff_t slotCount() {
-    return slotIndex(&Appended<Base>::appendedSlot);
-}
 
 template <typename Face>
 void expectHardwareSlots() {

@@ -20,19 +20,8 @@
 
 namespace {
 
+using orva::test::abi::slotCount;
 using orva::test::abi::slotIndex;
-
-// The first virtual function a class derived from Base adds lands right after Base's last slot,
-// so its slot is the number of slots Base has.
-template <typename Base>
-struct Appended : Base {
-    virtual void appendedSlot() {}
-};
-
-template <typename Base>
-std::ptrdiff_t slotCount() {
-    return slotIndex(&Appended<Base>::appendedSlot);
-}
 
 // A class of known layout: destructor in slots 0 and 1, then first() and second().
 struct Known {
