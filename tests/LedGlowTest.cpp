@@ -2,8 +2,11 @@
 // (file, full scale, start-dark writes), reads and writes, every failing system call, the steady
 // state, and the white LED it shares with the infrared face.
 #include <cerrno>
+#include <cstdlib>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <functional>
+#include <string>
 
 #include <gmock/gmock.h>
 
@@ -17,6 +20,22 @@ using orva::sim::SimBoard;
 using orva::variant::CameraInfo;
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+// Counts the strict lookups of the board identifier: every one asks the device-information map
+// whether it has "sysid". This definition takes the place of the platform library's for the
+// whole process and hands every call on to it.
+namespace {
+int sysidLookups = 0;
+}  // namespace
+
+bool orva::variant::Variant::HasKey(const std::string& key) const {
+    using HasKeyFunction = bool (*)(const Variant*, const std::string&);
+    static const auto platformHasKey = reinterpret_cast<HasKeyFunction>(
+        dlsym(RTLD_NEXT, "_ZNK4orva7variant7Variant6HasKeyERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE"));
+    if (platformHasKey == nullptr) abort();
+    if (key == "sysid") ++sysidLookups;
+    return platformHasKey(this, key);
+}
 
 namespace {
 
@@ -280,6 +299,99 @@ TEST(LedGlow, FullScaleIsLookedUpOnEveryCall) {
     EXPECT_EQ(led.rangeMax(), 218);
     setSysid(0x1A598);  // compared as 32 bits: not 0xA598
     EXPECT_EQ(led.rangeMax(), 1);
+}
+
+// ---- how often the board identifier is read ----
+
+namespace {
+// The sysid lookups one call makes.
+int lookupsOf(const std::function<void()>& call) {
+    sysidLookups = 0;
+    call();
+    return sysidLookups;
+}
+
+struct LookupCase {
+    uint32_t sysid;
+    int exists;    // without the doorbell flag
+    int rangeMax;
+    int initGpio;
+};
+}  // namespace
+
+TEST(LedGlow, EveryComparisonReadsTheBoardIdentifierAfreshEachOperationInItsOwnOrder) {
+    // exists() tests 0xA59A, 0xA59B, 0xA598, 0xA5A6; rangeMax() looks for 0xA571, 0xA574, 0xA575,
+    // 0xA59A, 0xA598, 0xA59B, 0xA5A6; initGPIO() for 0xA571, 0xA574, 0xA575, 0xA59A, 0xA59B,
+    // 0xA598, 0xA5A6.
+    const LookupCase cases[] = {
+        {0xA571, 4, 1, 1}, {0xA574, 4, 2, 2}, {0xA575, 4, 3, 3}, {0xA59A, 1, 4, 4},
+        {0xA598, 3, 5, 6}, {0xA59B, 2, 6, 5}, {0xA5A6, 4, 7, 7}, {0xA533, 4, 7, 7},
+    };
+    for (const LookupCase& c : cases) {
+        SimBoard board(c.sysid);
+        setDoorbell(false);  // the doorbell boards' profiles say true
+        LogCapture log;
+        LedGlow led;
+        EXPECT_EQ(lookupsOf([&led] { led.exists(); }), c.exists) << std::hex << c.sysid;
+        EXPECT_EQ(lookupsOf([&led] { led.rangeMax(); }), c.rangeMax) << std::hex << c.sysid;
+        EXPECT_EQ(lookupsOf([&led] { led.initGPIO(); }), c.initGpio) << std::hex << c.sysid;
+        // A doorbell exists without a look at the board identifier.
+        setDoorbell(true);
+        EXPECT_EQ(lookupsOf([&led] { EXPECT_TRUE(led.exists()); }), 0) << std::hex << c.sysid;
+    }
+}
+
+TEST(LedGlow, InitOn0xA598ReadsTheBoardIdentifierFourteenTimes) {
+    SimBoard board(0xA598);
+    LedGlow led;
+    // exists() 3, rangeMax() 5, initGPIO() 6.
+    EXPECT_EQ(lookupsOf([&led] { ASSERT_TRUE(led.init("glow")); }), 14);
+    EXPECT_EQ(lookupsOf([&led] { ASSERT_TRUE(led.setValue(30, false)); }), 0);
+}
+
+// ---- a second initialisation ----
+
+TEST(LedGlow, ASecondInitAfterAFailedStartDarkWriteClosesTheFirstDescriptor) {
+    SimBoard board(0xA59B);
+    board.sandbox().failCalls(kPwm1, Call::Write, EIO);
+    LogCapture log;
+    int first = -1;
+    {
+        ProbedLedGlow led;
+        EXPECT_FALSE(led.init("glow"));
+        first = led.glowFd;
+        ASSERT_GT(first, 0);
+        EXPECT_EQ(board.sandbox().openDescriptors(), 1);
+        board.sandbox().clearJournal();
+        ASSERT_TRUE(led.init("glow"));
+        EXPECT_EQ(fileCalls(board.journal()),
+                  (std::vector<FileCall>{closeOf(kPwm1), openOf(kPwm1, led.glowFd), writeOf(kPwm1, "0")}));
+        const auto closes = calls(board.journal(), Call::Close);
+        ASSERT_EQ(closes.size(), 1u);
+        EXPECT_EQ(closes[0].fd, first);
+        EXPECT_EQ(board.sandbox().openDescriptors(), 1);
+    }
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
+    EXPECT_THAT(log.records(), ElementsAre(writeFailed("initGPIO", "0", first, EIO), initFailed()));
+}
+
+TEST(LedGlow, ASecondInitAfterADescriptorZeroClosesItBeforeOpeningAgain) {
+    SimBoard board(0xA574);
+    board.sandbox().zeroDescriptor(kTorch);
+    {
+        ProbedLedGlow led;
+        EXPECT_FALSE(led.init("glow"));
+        EXPECT_EQ(led.glowFd, 0);
+        board.sandbox().clearJournal();
+        ASSERT_TRUE(led.init("glow"));
+        const auto closes = calls(board.journal(), Call::Close);
+        ASSERT_EQ(closes.size(), 1u);
+        EXPECT_EQ(closes[0].fd, 0);
+        EXPECT_EQ(fileCalls(board.journal()),
+                  (std::vector<FileCall>{FileCall{Call::Close, "", "", 0}, openOf(kTorch, led.glowFd), writeOf(kTorch, "0"),
+                                         writeOf(kTorch, "0")}));
+    }
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
 }
 
 // ---- values ----
