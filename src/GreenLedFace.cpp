@@ -38,6 +38,9 @@ int GreenLedFace::rangeMin() const { return 0; }
 int GreenLedFace::rangeMax() const { return kFullLevel; }
 
 bool GreenLedFace::initGPIO() {
+    // A second initialisation after a failed one (a descriptor of 0) does not leave the first
+    // descriptor open behind it.
+    attribute::close(fd);
     fd = attribute::open(ORVA_HERE, kBrightnessPath);
     if (!attribute::isOpen(fd)) return false;
     if (orva::gpioutils::boardId() != kDimAmberBoard) return true;
@@ -50,9 +53,12 @@ int GreenLedFace::getColorCodeBrightness(int level) {
     const Color bg = readBgColor();
     for (const auto& entry : colorCodes) {
         if (entry.first != fg && entry.first != bg) continue;
-        // 32-bit product as the device code computes it, wrapping rather than overflowing.
-        const auto scaled = static_cast<int32_t>(static_cast<uint32_t>(level) * entry.second.green);
-        return scaled / kFullLevel;
+        // The product is taken in 64 bits, where it cannot overflow, and divided rounding down;
+        // the quotient lies between level and 0, so it fits an int for every level.
+        const int64_t product = static_cast<int64_t>(level) * entry.second.green;
+        int64_t quotient = product / kFullLevel;
+        if (product % kFullLevel < 0) --quotient;
+        return static_cast<int>(quotient);
     }
     return level;
 }
@@ -66,6 +72,7 @@ std::string GreenLedFace::getLedBrightness() {
     } else if (fgGreen) {
         level = value;
     } else if (bgGreen) {
+        // 255 - value, wrapping in 32 bits instead of overflowing for values within 255 of INT_MIN.
         level = static_cast<int32_t>(static_cast<uint32_t>(kFullLevel) - static_cast<uint32_t>(value));
     } else {
         return "0";

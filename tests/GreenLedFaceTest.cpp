@@ -37,12 +37,6 @@ Expected writeFailed(const char* function, const std::string& text, int fd, int 
     return Expected{kSource, function, 3, error, line};
 }
 
-// The text the file must hold for a level scaled by a green share, in the 32-bit arithmetic of
-// the device code.
-std::string scaled(int level, unsigned green) {
-    return std::to_string(static_cast<int32_t>(static_cast<uint32_t>(level) * green) / 255);
-}
-
 std::vector<std::string> writtenTexts(const SimBoard& board) {
     std::vector<std::string> texts;
     for (const JournalEntry& write : calls(board.journal(), Call::Write)) texts.push_back(write.bytes);
@@ -177,6 +171,32 @@ TEST(GreenLedFace, DescriptorZeroCountsAsAFailedOpen) {
     const auto closes = calls(board.journal(), Call::Close);
     ASSERT_EQ(closes.size(), 1u);
     EXPECT_EQ(closes[0].fd, 0);
+}
+
+TEST(GreenLedFace, ASecondInitAfterADescriptorZeroClosesItBeforeOpeningAgain) {
+    SimBoard board(0xA571);
+    board.sandbox().zeroDescriptor(kGreen);
+    LogCapture log;
+    {
+        ProbedGreen led;
+        EXPECT_FALSE(led.init("green"));
+        EXPECT_EQ(led.fd, 0);
+        board.sandbox().clearJournal();
+        ASSERT_TRUE(led.init("green"));
+        EXPECT_GT(led.fd, 0);
+        // The descriptor 0 is closed (it was never a sandbox file, so no path is journaled).
+        EXPECT_EQ(fileCalls(board.journal()),
+                  (std::vector<FileCall>{FileCall{Call::Close, "", "", 0}, openOf(kGreen, led.fd)}));
+        const auto closes = calls(board.journal(), Call::Close);
+        ASSERT_EQ(closes.size(), 1u);
+        EXPECT_EQ(closes[0].fd, 0);
+        EXPECT_EQ(board.sandbox().openDescriptors(), 1);
+        board.sandbox().clearJournal();
+    }
+    // The destructor closes the second descriptor; nothing is left open.
+    EXPECT_EQ(fileCalls(board.journal()), (std::vector<FileCall>{closeOf(kGreen)}));
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
+    EXPECT_THAT(log.records(), ElementsAre(openFailed(), initFailed()));
 }
 
 TEST(GreenLedFace, MissingSysidIsFatalOnlyAfterTheFileWasOpened) {
@@ -325,20 +345,37 @@ TEST(GreenLedFace, LedBrightnessTextFollowsTheColoursAndValue) {
     EXPECT_EQ(led.getLedBrightness(), "132");
 }
 
-TEST(GreenLedFace, ExtremeValuesWrapInThirtyTwoBitsWithoutUndefinedBehaviour) {
+TEST(GreenLedFace, ExtremeValuesAreScaledExactlyAndRoundedDown) {
     SimBoard board(0xA571);
     ProbedGreen led;
     ASSERT_TRUE(led.init("green"));
     ASSERT_TRUE(led.setColor(BaseLed::COLOR_AMBER, BaseLed::COLOR_BLACK));
-    for (const int value : {INT_MAX, INT_MIN, -1, 0x01000000}) {
-        led.value = value;
-        EXPECT_EQ(led.getLedBrightness(), scaled(value, 191)) << value;
+    // level x 191 / 255 with the whole product, whatever the value: never a wrapped product.
+    const std::pair<int, std::string> cases[] = {
+        {INT_MAX, "1608507359"}, {INT_MIN, "-1608507360"}, {0x01000000, "12566463"},
+        // Rounded down below zero as above it: -191/255 is -0.75, -48896/255 is -191.75.
+        {-1, "-1"}, {-255, "-191"}, {-256, "-192"}};
+    for (const auto& c : cases) {
+        led.value = c.first;
+        EXPECT_EQ(led.getLedBrightness(), c.second) << c.first;
+        EXPECT_EQ(led.getColorCodeBrightness(c.first), std::stoi(c.second)) << c.first;
     }
+    // Green in the background: 255 - value, which for INT_MIN wraps in 32 bits to -2147483393.
     ASSERT_TRUE(led.setColor(BaseLed::COLOR_BLACK, BaseLed::COLOR_AMBER));
     led.value = INT_MIN;
-    EXPECT_EQ(led.getLedBrightness(), scaled(static_cast<int32_t>(255u - 0x80000000u), 191));
+    EXPECT_EQ(led.getLedBrightness(), "-1608507169");
+    led.value = INT_MAX;
+    EXPECT_EQ(led.getLedBrightness(), "-1608507169");  // (255 - INT_MAX) x 191 / 255 = -1608507168.13
     ASSERT_TRUE(led.setColor(BaseLed::COLOR_BLACK, BaseLed::COLOR_GREEN));
-    EXPECT_EQ(led.getLedBrightness(), std::to_string(static_cast<int32_t>(255u - 0x80000000u)));
+    led.value = INT_MIN;
+    EXPECT_EQ(led.getLedBrightness(), "-2147483393");
+    // An entry whose green level is 255 or 0 gives the level itself or 0.
+    led.colorCodes[BaseLed::COLOR_GREEN] = BaseLed::ColorCode{0, 255, 0};
+    EXPECT_EQ(led.getColorCodeBrightness(INT_MIN), INT_MIN);
+    EXPECT_EQ(led.getColorCodeBrightness(INT_MAX), INT_MAX);
+    led.colorCodes[BaseLed::COLOR_GREEN] = BaseLed::ColorCode{0, 0, 0};
+    EXPECT_EQ(led.getColorCodeBrightness(INT_MIN), 0);
+    EXPECT_EQ(led.getColorCodeBrightness(INT_MAX), 0);
 }
 
 // ---- setColor and writeValue ----

@@ -29,9 +29,9 @@ public:
     bool writeAutoMode() override;
     bool readAutoMode(bool& enabled) override;
 
-    // level scaled by the green level (0..255) of the current colour: the first entry of the colour
-    // map, in ascending colour order, that is the foreground or the background colour. level
-    // unchanged when neither colour has an entry.
+    // level scaled by the green level (0..255) of the current colour, level x green / 255 rounded
+    // down: the first entry of the colour map, in ascending colour order, that is the foreground or
+    // the background colour. level unchanged when neither colour has an entry.
     int getColorCodeBrightness(int level);
     // Decimal text of the brightness the file must hold now.
     std::string getLedBrightness();
