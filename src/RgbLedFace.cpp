@@ -82,10 +82,15 @@ int RgbLedFace::rangeMin() const { return 0; }
 int RgbLedFace::rangeMax() const { return kRangeMax; }
 
 bool RgbLedFace::initGPIO() {
+    // A second initGPIO (init again after a failed one) starts over rather than leaking what the
+    // first one opened.
+    attribute::close(brightnessFd);
     brightnessFd = attribute::open(ORVA_HERE, kBrightness);
     if (!attribute::isOpen(brightnessFd)) return false;
+    attribute::close(colorFgFd);
     colorFgFd = attribute::open(ORVA_HERE, kColorFg);
     if (!attribute::isOpen(colorFgFd)) return false;
+    attribute::close(colorBgFd);
     colorBgFd = attribute::open(ORVA_HERE, kColorBg);
     if (!attribute::isOpen(colorBgFd)) return false;
     // The trigger is set once so that no kernel trigger drives the LED; the file is not kept.
@@ -101,6 +106,7 @@ bool RgbLedFace::initGPIO() {
                                                                {&animColorBgFd, kAnimColorBg},
                                                                {&animTriggerFd, kAnimTrigger}};
         for (const auto& [fd, path] : animationFiles) {
+            attribute::close(*fd);
             *fd = attribute::open(ORVA_HERE, path);
             if (!attribute::isOpen(*fd)) {
                 done = false;

@@ -275,6 +275,55 @@ TEST(RgbLedFace, EveryFailedOpenStopsInitAndTheDestructorClosesWhatOpened) {
     }
 }
 
+TEST(RgbLedFace, ASecondInitAfterAFailedOneClosesWhatTheFirstOpenedBeforeOpeningAgain) {
+    SimBoard board(0xA563);
+    LogCapture log;
+    board.sandbox().failCalls(kAnimColorBg, Call::Open, ENODEV);
+    {
+        ProbedFace face;
+        ASSERT_FALSE(face.init("rgb"));
+        board.sandbox().clearJournal();
+        log.clear();
+        ASSERT_TRUE(face.init("rgb"));
+        EXPECT_THAT(described(board.journal()),
+                    ElementsAre(closed(kAvBrightness), opened(kAvBrightness), closed(kAvColorFg), opened(kAvColorFg),
+                                closed(kAvColorBg), opened(kAvColorBg), opened(kAvTrigger), wrote(kAvTrigger, "none"),
+                                closed(kAnimDensity), opened(kAnimDensity), closed(kAnimColorFg), opened(kAnimColorFg),
+                                opened(kAnimColorBg), opened(kAnimTrigger), closed(kAvTrigger)));
+        EXPECT_EQ(board.sandbox().openDescriptors(), 7);
+        EXPECT_EQ(face.animColorBgFd, openedFd(board.journal(), kAnimColorBg));
+        EXPECT_THAT(log.records(), IsEmpty());
+    }
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
+}
+
+TEST(RgbLedFace, ASecondInitGpioReopensEveryFileWithoutLeakingOne) {
+    for (const uint32_t sysid : {0xEC70u, kPlainBoard}) {
+        SCOPED_TRACE(testing::Message() << std::hex << sysid);
+        const bool animated = sysid == 0xEC70u;
+        SimBoard board(sysid);
+        {
+            RgbLedFace face;
+            ASSERT_TRUE(face.init("rgb"));
+            board.sandbox().clearJournal();
+            ASSERT_TRUE(face.initGPIO());
+            std::vector<std::string> expected = {closed(kAvBrightness), opened(kAvBrightness), closed(kAvColorFg),
+                                                 opened(kAvColorFg),    closed(kAvColorBg),    opened(kAvColorBg),
+                                                 opened(kAvTrigger),    wrote(kAvTrigger, "none")};
+            if (animated) {
+                for (const std::string& path : {kAnimDensity, kAnimColorFg, kAnimColorBg, kAnimTrigger}) {
+                    expected.push_back(closed(path));
+                    expected.push_back(opened(path));
+                }
+            }
+            expected.push_back(closed(kAvTrigger));
+            EXPECT_THAT(described(board.journal()), ElementsAreArray(expected));
+            EXPECT_EQ(board.sandbox().openDescriptors(), animated ? 7 : 3);
+        }
+        EXPECT_EQ(board.sandbox().openDescriptors(), 0);
+    }
+}
+
 TEST(RgbLedFace, MissingAttributeIsRefusedByTheKernel) {
     SimBoard board(0xA563);
     board.sandbox().removeAttribute(kAnimColorBg);
