@@ -390,3 +390,71 @@ TEST(Ktd2061LedFaceAnimation, NegativeNodeCountsBuildAnEmptyModule) {
         EXPECT_EQ(face.getSysId(config.module[1], 0), -1);
     });
 }
+
+TEST(Ktd2061LedFaceAnimation, RebuildingTheTableStartsBothSegmentsAtLedZeroAgain) {
+    inFreshProcess([] {
+        SimBoard board(0xA598);
+        ProbedKtd first;
+        startAnimation(board, first, BaseLed::COLOR_WHITE, BaseLed::COLOR_RED, 0);
+        for (int step = 1; step <= 5; ++step) ASSERT_TRUE(first.setAnimStep(step));
+        EXPECT_EQ(whiteRing(board, kA598), ".....w......");
+        EXPECT_EQ(colourRing(board, kA598), "RRRRR.RRRRRR");
+        EXPECT_EQ(ProbedKtd::sysfsConfig.animPos[0], 5);
+        EXPECT_EQ(ProbedKtd::sysfsConfig.animPos[1], 5);
+
+        // A second face builds the table again: both positions are back at 0, so its first step
+        // draws the segment at LED 1.
+        ProbedKtd second;
+        startAnimation(board, second, BaseLed::COLOR_WHITE, BaseLed::COLOR_RED, 0);
+        EXPECT_EQ(ProbedKtd::sysfsConfig.animPos[0], 0);
+        EXPECT_EQ(ProbedKtd::sysfsConfig.animPos[1], 0);
+        ASSERT_TRUE(second.setAnimStep(1));
+        EXPECT_EQ(whiteRing(board, kA598), ".w..........");
+        EXPECT_EQ(colourRing(board, kA598), "R.RRRRRRRRRR");
+        // 52/LED1: LED 1 is bit 2 (levels bit 0 first); the colour ring's LED 1 is node C1.
+        EXPECT_EQ(board.value(node("52/LED1")), "0 0 99 ");
+        EXPECT_EQ(board.value(node("61/C1")), "000");
+        EXPECT_EQ(board.value(node("61/C2")), "100");
+    });
+}
+
+TEST(Ktd2061LedFaceAnimation, LedCountsAreSignedBytesAndLongRingsStillGetASegment) {
+    inFreshProcess([] {
+        ProbedKtd face;
+        auto& config = ProbedKtd::sysfsConfig;
+        std::vector<const char*> names(127, "61/A1");
+        // 100 white nodes carry 300 LEDs, which a signed byte holds as 44; 43 nodes give 129, held as
+        // -127, and such a module has no LED to light.
+        EXPECT_TRUE(face.initConfig(config, names.data(), 1, names.data(), 100, nullptr, 0, names.data(), 1,
+                                    names.data(), 127, nullptr, 0));
+        EXPECT_EQ(config.module[0].numLeds, 44);
+        EXPECT_EQ(config.module[1].numLeds, 127);
+        EXPECT_EQ(face.getSysId(config.module[0], 43), 0);
+        EXPECT_EQ(face.getSysId(config.module[1], 126), 0);
+        EXPECT_EQ(face.getSysId(config.module[1], -1), 0);  // -1 / 127 truncates toward zero
+
+        // 127 colour LEDs: 100 / 126 is 0, so the density counts LEDs one for one, within 1..126.
+        signed char len = 0;
+        ASSERT_TRUE(face.setAnimDensity(50));
+        EXPECT_TRUE(face.getAnimLen(1, len));
+        EXPECT_EQ(len, 50);
+        ASSERT_TRUE(face.setAnimDensity(1000));
+        EXPECT_TRUE(face.getAnimLen(1, len));
+        EXPECT_EQ(len, 126);
+        // 44 white LEDs: 100 / 43 = 2, so density 50 gives 25.
+        ASSERT_TRUE(face.setAnimDensity(50));
+        EXPECT_TRUE(face.getAnimLen(0, len));
+        EXPECT_EQ(len, 25);
+
+        EXPECT_TRUE(face.initConfig(config, names.data(), 1, names.data(), 43, nullptr, 0, names.data(), 1,
+                                    names.data(), 1, nullptr, 0));
+        EXPECT_EQ(config.module[0].numLeds, -127);
+        EXPECT_EQ(face.getSysId(config.module[0], 5), -1);
+        LogCapture log;
+        EXPECT_FALSE(face.getAnimLen(0, len));
+        EXPECT_FALSE(face.getAnimLen(1, len));
+        EXPECT_EQ(len, 25);
+        EXPECT_THAT(log.records(), ElementsAre(Expected{kSource, "getAnimLen", 3, 0, "error number of WLED : -127"},
+                                               Expected{kSource, "getAnimLen", 3, 0, "error number of RGBLED : 1"}));
+    });
+}

@@ -638,11 +638,12 @@ TEST(Ktd2061LedFace, OpenFailuresStopInitialisation) {
         std::string what;
         std::function<void(SimBoard&)> fault;
         int error;
+        long long result;  // what the open of 61/B2 returned
     };
     const Case cases[] = {
-        {"missing node", [](SimBoard& b) { b.sandbox().removeAttribute(node("61/B2")); }, EACCES},
-        {"open error", [](SimBoard& b) { b.sandbox().failCalls(node("61/B2"), Call::Open, EMFILE); }, EMFILE},
-        {"descriptor 0", [](SimBoard& b) { b.sandbox().zeroDescriptor(node("61/B2")); }, 0},
+        {"missing node", [](SimBoard& b) { b.sandbox().removeAttribute(node("61/B2")); }, EACCES, -1},
+        {"open error", [](SimBoard& b) { b.sandbox().failCalls(node("61/B2"), Call::Open, EMFILE); }, EMFILE, -1},
+        {"descriptor 0", [](SimBoard& b) { b.sandbox().zeroDescriptor(node("61/B2")); }, 0, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -653,15 +654,66 @@ TEST(Ktd2061LedFace, OpenFailuresStopInitialisation) {
             Ktd2061LedFace face;
             errno = 0;
             EXPECT_FALSE(face.init("ring"));
-            EXPECT_THAT(board.journal().back().path, node("61/B2"));
-            EXPECT_THAT(writes(board.journal()), IsEmpty());
-            ASSERT_GE(log.records().size(), 2u);
+            const auto& journal = board.journal();
+            // The white module's five nodes, the colour brightness and the colour nodes up to B2.
+            const auto openCalls = calls(journal, Call::Open);
+            ASSERT_EQ(openCalls.size(), 13u);
+            EXPECT_EQ(openCalls.back().path, node("61/B2"));
+            EXPECT_EQ(openCalls.back().result, c.result);
+            const auto closes = calls(journal, Call::Close);
+            if (c.result == 0) {
+                // Descriptor 0 counts as a failed open, but the face opened it: it is closed at once.
+                ASSERT_EQ(closes.size(), 1u);
+                EXPECT_EQ(closes[0].fd, 0);
+                EXPECT_EQ(closes[0].result, 0);
+                EXPECT_EQ(journal.back().call, Call::Close);
+            } else {
+                EXPECT_THAT(closes, IsEmpty());
+                EXPECT_EQ(journal.back().path, node("61/B2"));
+            }
+            EXPECT_EQ(board.sandbox().openDescriptors(), 12);
+            EXPECT_THAT(writes(journal), IsEmpty());
             const auto& records = log.records();
+            ASSERT_EQ(records.size(), 2u + 12u + 2u);
             EXPECT_EQ(records[records.size() - 2],
                       (Expected{kSource, "initSysfs", 3, c.error, "Failed to open proc entry '" + node("61/B2") + "'"}));
             EXPECT_EQ(records.back(), (Expected{"src/BaseLed", "init", 3, 0, "Failed to init GPIO"}));
         });
     }
+}
+
+TEST(Ktd2061LedFace, InitAgainAfterAFailedOpenClosesWhatTheFailedInitOpened) {
+    inFreshProcess([] {
+        SimBoard board(0xA598);
+        board.sandbox().failCalls(node("61/B2"), Call::Open, EMFILE);
+        LogCapture log;
+        Ktd2061LedFace face;
+        EXPECT_FALSE(face.init("ring"));
+        ASSERT_EQ(board.sandbox().openDescriptors(), 12);
+        std::vector<int> firstFds;
+        for (const JournalEntry& open : calls(board.journal(), Call::Open)) {
+            if (open.result > 0) firstFds.push_back(static_cast<int>(open.result));
+        }
+        ASSERT_EQ(firstFds.size(), 12u);
+        board.sandbox().clearJournal();
+        log.clear();
+
+        // The fault is gone: the second init closes the twelve descriptors of the first before it
+        // opens every node again, and writes the ring dark.
+        EXPECT_TRUE(face.init("ring"));
+        const auto& journal = board.journal();
+        const auto closes = calls(journal, Call::Close);
+        ASSERT_EQ(closes.size(), 12u);
+        for (size_t k = 0; k < closes.size(); ++k) {
+            EXPECT_EQ(closes[k].fd, firstFds[k]) << k;
+            EXPECT_EQ(closes[k].result, 0) << k;
+        }
+        EXPECT_EQ(journal.front().call, Call::Close);
+        EXPECT_EQ(calls(journal, Call::Open).size(), 18u);
+        EXPECT_EQ(board.sandbox().openDescriptors(), 18);
+        EXPECT_THAT(writes(journal), ElementsAreArray(kA598DarkWrites));
+        EXPECT_EQ(log.records().size(), 2u + 18u);
+    });
 }
 
 TEST(Ktd2061LedFace, MissingDriverDirectoryFailsWithNoSuchFile) {
@@ -756,12 +808,40 @@ TEST(Ktd2061LedFace, DamagedPatternTextIsWrittenAgainInsteadOfEndingTheProcess) 
         board.sandbox().clearJournal();
         EXPECT_TRUE(face.update(false));
         EXPECT_THAT(board.journal(), IsEmpty());
-        // Text without its NUL, with the new pattern written at the same time.
-        memcpy(ProbedKtd::sysfsConfig.module[0].pattern.vals[0].pattern, "1111", 4);
+        // Text without its NUL: unknown as well. The node is written with the pattern it must hold,
+        // even where that pattern is what the damaged text seems to say.
+        char(&white)[4] = ProbedKtd::sysfsConfig.module[0].pattern.vals[0].pattern;
+        memcpy(white, "0000", 4);
         log.clear();
-        EXPECT_TRUE(face.setValue(0, false));
-        EXPECT_EQ(writes(board.journal())[0], "52/LED1 0 0 0 \\0");
-        EXPECT_EQ(log.records().size(), 1u);
+        EXPECT_TRUE(face.update(false));
+        EXPECT_THAT(writes(board.journal()), ElementsAre("52/LED1 0 0 0 \\0"));
+        EXPECT_STREQ(white, "000");
+        EXPECT_THAT(log.records(), ElementsAre(Expected{kSource, "update", 4, 0,
+                                                        "Stored pattern of " + node("52/LED1") +
+                                                            " is damaged, writing it again"}));
+        // A failed rewrite keeps the text damaged: the next update warns and writes again.
+        white[0] = '\xff';
+        board.sandbox().failCalls(node("52/LED1"), Call::Write, EIO);
+        board.sandbox().clearJournal();
+        log.clear();
+        EXPECT_FALSE(face.update(false));
+        EXPECT_EQ(white[0], '\xff');
+        const auto attempts = calls(board.journal(), Call::Write);
+        ASSERT_EQ(attempts.size(), 1u);
+        EXPECT_EQ(attempts[0].path, node("52/LED1"));
+        const std::string led1Fd = hex(attempts[0].fd);
+        EXPECT_THAT(log.records(),
+                    ElementsAre(Expected{kSource, "update", 4, 0,
+                                         "Stored pattern of " + node("52/LED1") + " is damaged, writing it again"},
+                                Expected{kSource, "update", 3, EIO, "Failed to write '0 0 0 ' to proc entry " + led1Fd}));
+        board.sandbox().clearJournal();
+        log.clear();
+        EXPECT_TRUE(face.update(false));
+        EXPECT_THAT(writes(board.journal()), ElementsAre("52/LED1 0 0 0 \\0"));
+        EXPECT_STREQ(white, "000");
+        EXPECT_THAT(log.records(), ElementsAre(Expected{kSource, "update", 4, 0,
+                                                        "Stored pattern of " + node("52/LED1") +
+                                                            " is damaged, writing it again"}));
     });
 }
 
