@@ -348,8 +348,8 @@ bool Ktd2061LedFace::initConfig(ktd20xxSysfsConfig_s& config, const char* const*
         // Each white pattern node carries three LEDs, one per channel bit.
         const int leds = m == kWled ? mod.pattern.num * 3 : mod.pattern.num;
         mod.numLeds = static_cast<int8_t>(leds);
+        // The time of the last mode write stays: rebuilding the table writes no mode.
         mod.modeOn = 0;
-        mod.lastModeRefreshMs = 0;
     }
     config.animPos[kWled] = 0;
     return true;

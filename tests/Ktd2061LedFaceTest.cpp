@@ -474,6 +474,31 @@ TEST(Ktd2061LedFace, OffModeIsReassertedOnlyAfterMoreThanAMinute) {
     });
 }
 
+TEST(Ktd2061LedFace, AFailedRebuildKeepsTheMinuteOfTheLastModeWrite) {
+    inFreshProcess([] {
+        SimBoard board(0xA5A4);
+        Ktd2061LedFace first;
+        ASSERT_TRUE(first.init("ring"));  // the mode was written now
+        board.advanceMs(30000);
+        // A second face fails after the mode node was opened again: no mode was written, so the
+        // minute still counts from the first init.
+        board.sandbox().failCalls(node("61/B2"), Call::Open, EMFILE);
+        Ktd2061LedFace second;
+        ASSERT_FALSE(second.init("ring"));
+        const int modeFd = openedFd(board.journal(), node("52/mode"));
+        ASSERT_GT(modeFd, 0);
+        board.sandbox().clearJournal();
+        board.advanceMs(30000);
+        EXPECT_TRUE(first.service());
+        EXPECT_THAT(board.journal(), IsEmpty());
+        board.advanceMs(1);
+        EXPECT_TRUE(first.service());
+        EXPECT_THAT(writes(board.journal()), ElementsAre("52/mode 0\\0"));
+        // Written through the descriptor the rebuild opened.
+        EXPECT_EQ(board.journal().front().fd, modeFd);
+    });
+}
+
 TEST(Ktd2061LedFace, ActiveModeIsNotReasserted) {
     inFreshProcess([] {
         SimBoard board(0xA5A6);
@@ -879,6 +904,36 @@ TEST(Ktd2061LedFace, SaveReadsTheLastValueAndRestoreWritesIt) {
         EXPECT_TRUE(face.restore());
         EXPECT_EQ(board.value(node("61/brightness")), "79");
         EXPECT_EQ(calls(board.journal(), Call::Read).size(), 0u);
+    });
+}
+
+TEST(Ktd2061LedFace, SaveOfAFreshFaceReadsTheSharedLastValue) {
+    inFreshProcess([] {
+        SimBoard board(0xA598);
+        Ktd2061LedFace first;
+        ASSERT_TRUE(first.init("ring"));
+        ASSERT_TRUE(first.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK));
+        ASSERT_TRUE(first.setValue(50, false));  // device 99 * 50 / 100 = 49
+        LogCapture log;
+        Ktd2061LedFace second;
+        ASSERT_TRUE(second.init("ring"));
+        ASSERT_TRUE(second.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+        log.clear();
+        // The second face has written no value: save reads the last device value (49, no file is
+        // read) and converts it back, 100 * 49 / 99 = 49.
+        board.sandbox().clearJournal();
+        ASSERT_TRUE(second.save());
+        EXPECT_THAT(board.journal(), IsEmpty());
+        ASSERT_TRUE(second.setValue(100, false));
+        board.sandbox().clearJournal();
+        // Restoring user 49 writes device 99 * 49 / 100 = 48 in the second face's colour.
+        EXPECT_TRUE(second.restore());
+        EXPECT_THAT(writes(board.journal()), ElementsAre("61/brightness 48\\0"));
+        EXPECT_EQ(colourRing(board, kA598), "BBBBBBBBBBBB");
+        int value = -1;
+        EXPECT_TRUE(first.readValue(value));
+        EXPECT_EQ(value, 48);
+        EXPECT_THAT(log.records(), IsEmpty());
     });
 }
 
