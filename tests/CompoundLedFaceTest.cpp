@@ -904,6 +904,28 @@ TEST(CompoundLedFace, ASecondInitGpioClosesWhatTheFirstOpened) {
     EXPECT_EQ(board.sandbox().openDescriptors(), 5);
 }
 
+TEST(CompoundLedFace, ASecondInitAfterAFailedOneClosesWhatTheFirstOpenedBeforeOpeningAgain) {
+    SimBoard board(0xA573);
+    LogCapture log;
+    board.sandbox().failCalls(kAvColorBg, Call::Open, ENODEV);
+    {
+        ProbedFace face;
+        ASSERT_FALSE(face.init("av"));
+        board.sandbox().clearJournal();
+        log.clear();
+        ASSERT_TRUE(face.init("av"));
+        EXPECT_THAT(described(board.journal()),
+                    ElementsAre(closed(kBusBacklight2), closed(kBusBacklight1), opened(kBusBacklight1),
+                                wrote(kBusBacklight1, "0"), opened(kBusBacklight2), wrote(kBusBacklight2, "0"),
+                                closed(kAvBrightness), opened(kAvBrightness), closed(kAvColorFg), opened(kAvColorFg),
+                                opened(kAvColorBg), opened(kAvTrigger), wrote(kAvTrigger, "none"), closed(kAvTrigger)));
+        EXPECT_EQ(board.sandbox().openDescriptors(), 5);
+        EXPECT_EQ(face.colorBgFd, openedFd(board.journal(), kAvColorBg));
+        EXPECT_THAT(log.records(), IsEmpty());
+    }
+    EXPECT_EQ(board.sandbox().openDescriptors(), 0);
+}
+
 TEST(CompoundLedFace, AFailingCloseDoesNotStopTheDestructor) {
     SimBoard board(0xA573);
     LogCapture log;
