@@ -198,7 +198,7 @@ expect_in("${tool_out}" "led front: set 40 -> ok\nled front: brightness 50 -> ok
 run_tool(2 --board 0xA533 led front set 40 then set abc)
 expect_in("${tool_err}" "not a number for the value: 'abc'")
 run_tool(2 --board 0xA533 led front set 40 then)
-expect_in("${tool_err}" "an empty step")
+expect_in("${tool_err}" "led front needs a step (see usage)")
 run_tool(2 --board 0xA533 --variant nothing led front set 40)
 expect_in("${tool_err}" "board 0xA533 has no variant 'nothing'")
 

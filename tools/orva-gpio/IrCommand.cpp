@@ -22,21 +22,10 @@ struct Step {
     std::vector<std::string> values;
 };
 
-const char* okText(bool ok) { return ok ? "ok" : "FAILED"; }
-
 bool parseSwitch(const std::string& word, const std::string& verb) {
     if (word == "on") return true;
     if (word == "off") return false;
     throw UsageError{"ir " + verb + " takes on or off, not '" + word + "'"};
-}
-
-int parseInRange(const std::string& word, const char* what, int low, int high) {
-    const int value = parseInt(word, what);
-    if (value < low || value > high) {
-        throw UsageError{std::string(what) + " must be " + std::to_string(low) + ".." + std::to_string(high) + ": '" +
-                         word + "'"};
-    }
-    return value;
 }
 
 // Every value a step takes, checked before the light is touched. Device values are the IR light's
@@ -62,9 +51,8 @@ void checkValues(const Step& step) {
 // Splits "set 30 then white on" into its steps and checks each verb and its values.
 std::vector<Step> parseSteps(const std::vector<std::string>& words) {
     std::vector<Step> steps;
-    Step current;
-    auto finish = [&] {
-        if (current.verb.empty()) throw UsageError{"ir needs a step (see usage)"};
+    for (const std::vector<std::string>& group : splitSteps(words, "ir")) {
+        Step current{group[0], std::vector<std::string>(group.begin() + 1, group.end())};
         const size_t count = current.values.size();
         const std::string& verb = current.verb;
         bool fits;
@@ -81,18 +69,7 @@ std::vector<Step> parseSteps(const std::vector<std::string>& words) {
         if (!fits) throw UsageError{"wrong number of values for ir " + verb};
         checkValues(current);
         steps.push_back(current);
-        current = Step{};
-    };
-    for (const std::string& word : words) {
-        if (word == "then") {
-            finish();
-        } else if (current.verb.empty()) {
-            current.verb = word;
-        } else {
-            current.values.push_back(word);
-        }
     }
-    finish();
     return steps;
 }
 

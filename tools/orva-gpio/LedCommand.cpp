@@ -98,20 +98,12 @@ Step parseStep(const FaceRow& face, const std::vector<std::string>& words) {
 
 std::vector<Step> parseSteps(const FaceRow& face, const std::vector<std::string>& words) {
     std::vector<Step> steps;
-    std::vector<std::string> current;
-    for (size_t index = 1; index <= words.size(); ++index) {
-        if (index == words.size() || words[index] == "then") {
-            if (current.empty()) throw UsageError{"led " + std::string(face.name) + ": an empty step"};
-            steps.push_back(parseStep(face, current));
-            current.clear();
-        } else {
-            current.push_back(words[index]);
-        }
+    const std::vector<std::string> stepWords(words.begin() + 1, words.end());
+    for (const std::vector<std::string>& group : splitSteps(stepWords, "led " + std::string(face.name))) {
+        steps.push_back(parseStep(face, group));
     }
     return steps;
 }
-
-const char* okText(bool ok) { return ok ? "ok" : "FAILED"; }
 
 std::string joined(const std::vector<std::string>& words) {
     std::string text;

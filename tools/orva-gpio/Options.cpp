@@ -77,6 +77,33 @@ int parseInt(const std::string& text, const char* what) {
     return static_cast<int>(value);
 }
 
+int parseInRange(const std::string& text, const char* what, int low, int high) {
+    const int value = parseInt(text, what);
+    if (value < low || value > high) {
+        throw UsageError{std::string(what) + " must be " + std::to_string(low) + ".." + std::to_string(high) + ": '" +
+                         text + "'"};
+    }
+    return value;
+}
+
+std::vector<std::vector<std::string>> splitSteps(const std::vector<std::string>& words, const std::string& command) {
+    std::vector<std::vector<std::string>> steps(1);
+    for (const std::string& word : words) {
+        if (word != "then") {
+            steps.back().push_back(word);
+            continue;
+        }
+        if (steps.back().empty()) break;
+        steps.emplace_back();
+    }
+    for (const auto& step : steps) {
+        if (step.empty()) throw UsageError{command + " needs a step (see usage)"};
+    }
+    return steps;
+}
+
+const char* okText(bool ok) { return ok ? "ok" : "FAILED"; }
+
 Options parseOptions(int argc, char** argv) {
     Options options;
     int index = 1;

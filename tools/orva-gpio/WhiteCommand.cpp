@@ -21,17 +21,6 @@ struct Step {
     int value = 0;
 };
 
-const char* okText(bool ok) { return ok ? "ok" : "FAILED"; }
-
-int parseInRange(const std::string& word, const char* what, int low, int high) {
-    const int value = parseInt(word, what);
-    if (value < low || value > high) {
-        throw UsageError{std::string(what) + " must be " + std::to_string(low) + ".." + std::to_string(high) + ": '" +
-                         word + "'"};
-    }
-    return value;
-}
-
 void checkStep(Step& step) {
     const std::string& verb = step.verb;
     const size_t count = step.values.size();
@@ -58,23 +47,11 @@ void checkStep(Step& step) {
 
 std::vector<Step> parseSteps(const std::vector<std::string>& words) {
     std::vector<Step> steps;
-    Step current;
-    auto finish = [&] {
-        if (current.verb.empty()) throw UsageError{"white needs a step (see usage)"};
+    for (const std::vector<std::string>& group : splitSteps(words, "white")) {
+        Step current{group[0], std::vector<std::string>(group.begin() + 1, group.end())};
         checkStep(current);
         steps.push_back(current);
-        current = Step{};
-    };
-    for (const std::string& word : words) {
-        if (word == "then") {
-            finish();
-        } else if (current.verb.empty()) {
-            current.verb = word;
-        } else {
-            current.values.push_back(word);
-        }
     }
-    finish();
     return steps;
 }
 
