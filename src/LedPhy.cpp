@@ -37,6 +37,22 @@ const PhyConfig* findConfig(uint32_t sysid) {
     return nullptr;
 }
 
+// Reads the register of the bound row into content; a missing row or a failed read is logged at
+// the caller's site.
+bool readLedRegister(const orva::gpioutils::LogSite& site, const PhyConfig* config, const orva::utils::mdio& bus,
+                     unsigned short& content) {
+    if (config == nullptr) {
+        ORVA_LOG_AT(site, kLogError, 0, "_phyConfig is NULL");
+        return false;
+    }
+    if (!bus.read(config->reg, content)) {
+        ORVA_LOG_AT(site, kLogError, 0, "Unable to read phy reg %02x from %s", static_cast<unsigned>(config->reg),
+                    config->interface);
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 LedPhy::LedPhy() : mdio(), _phyConfig(nullptr) {}
@@ -61,16 +77,8 @@ bool LedPhy::initGPIO() {
 }
 
 bool LedPhy::writeValue(int value) {
-    if (_phyConfig == nullptr) {
-        ORVA_LOG(kLogError, 0, "_phyConfig is NULL");
-        return false;
-    }
     unsigned short content = 0;
-    if (!mdio.read(_phyConfig->reg, content)) {
-        ORVA_LOG(kLogError, 0, "Unable to read phy reg %02x from %s", static_cast<unsigned>(_phyConfig->reg),
-                 _phyConfig->interface);
-        return false;
-    }
+    if (!readLedRegister(ORVA_HERE, _phyConfig, mdio, content)) return false;
     const uint16_t field = value != 0 ? _phyConfig->onValue : _phyConfig->offValue;
     // Bits outside the LED field belong to the PHY's other settings and are written back as read.
     const auto updated =
@@ -79,16 +87,8 @@ bool LedPhy::writeValue(int value) {
 }
 
 bool LedPhy::readValue(int& value) const {
-    if (_phyConfig == nullptr) {
-        ORVA_LOG(kLogError, 0, "_phyConfig is NULL");
-        return false;
-    }
     unsigned short content = 0;
-    if (!mdio.read(_phyConfig->reg, content)) {
-        ORVA_LOG(kLogError, 0, "Unable to read phy reg %02x from %s", static_cast<unsigned>(_phyConfig->reg),
-                 _phyConfig->interface);
-        return false;
-    }
+    if (!readLedRegister(ORVA_HERE, _phyConfig, mdio, content)) return false;
     value = (content & _phyConfig->mask) == _phyConfig->onValue ? 1 : 0;
     return true;
 }
