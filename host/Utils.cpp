@@ -12,29 +12,39 @@ extern char** environ;
 
 namespace orva::utils {
 
+// One formatting pass into a stack buffer covers every value and path the library formats; only
+// text that does not fit is formatted a second time, straight into the string.
 std::string format(const char* fmt, ...) {
+    char buffer[256];
     va_list args;
     va_start(args, fmt);
     va_list copy;
     va_copy(copy, args);
-    const int length = vsnprintf(nullptr, 0, fmt, copy);
+    const int length = vsnprintf(buffer, sizeof(buffer), fmt, copy);
     va_end(copy);
     std::string text;
     if (length > 0) {
-        text.resize(static_cast<size_t>(length) + 1);
-        vsnprintf(&text[0], text.size(), fmt, args);
-        text.resize(static_cast<size_t>(length));
+        const size_t size = static_cast<size_t>(length);
+        if (size < sizeof(buffer)) {
+            text.assign(buffer, size);
+        } else {
+            text.resize(size);
+            // C++17 strings keep room for the terminator vsnprintf writes after the last character.
+            vsnprintf(&text[0], size + 1, fmt, args);
+        }
     }
     va_end(args);
     return text;
 }
 
+// Blanks are removed where they are: the tail is cut off, then the head erased, with no copy.
 void trim(std::string& text) {
-    size_t begin = 0;
-    while (begin < text.size() && isspace(static_cast<unsigned char>(text[begin]))) ++begin;
     size_t end = text.size();
-    while (end > begin && isspace(static_cast<unsigned char>(text[end - 1]))) --end;
-    text = text.substr(begin, end - begin);
+    while (end > 0 && isspace(static_cast<unsigned char>(text[end - 1]))) --end;
+    size_t begin = 0;
+    while (begin < end && isspace(static_cast<unsigned char>(text[begin]))) ++begin;
+    text.resize(end);
+    if (begin > 0) text.erase(0, begin);
 }
 
 std::string toString(int value) { return format("%d", value); }
