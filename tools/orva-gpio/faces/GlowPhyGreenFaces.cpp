@@ -86,7 +86,7 @@ void showPhy(BaseLed& led, Context& context) {
                         access.interface.c_str(), access.reg, access.value, strerror(access.error));
                 continue;
             }
-            char previous[16] = "?";
+            char previous[24] = "?";
             if (before >= 0) snprintf(previous, sizeof(previous), "0x%04lx", before);
             fprintf(context.out, "  PHY %s register 0x%02x: before %s, after 0x%04x (%s)\n", access.interface.c_str(),
                     access.reg, previous, access.value, fieldText(access.value).c_str());
