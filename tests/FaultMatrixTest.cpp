@@ -1,0 +1,1060 @@
+// Every failure of every system call a face or button makes, one row per (subject, call site,
+// fault): the exact log records and result, the state kept after the failure, the retries on EINTR,
+// and no descriptor left open once the subject is gone. A new face joins by declaring its sites in
+// subjects() and adding one row per cell; MatrixIsComplete then demands every cell.
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "BoardFixture.h"
+#include "ButtonEvents.h"
+#include "FaultMatrixSupport.h"
+#include "LogCapture.h"
+#include "SysfsTestSupport.h"
+#include "orva/platform.h"
+#include "orva/sim/Mdio.h"
+#include "orva/sim/Programs.h"
+#include "orva/sim/SharedMemory.h"
+#include "orva/sim/Uartcli.h"
+#include "orva_gpio_utils/DCCableDetector.h"
+#include "orva_gpio_utils/EnclosureDetButton.h"
+#include "orva_gpio_utils/GreenLedFace.h"
+#include "orva_gpio_utils/LedFace.h"
+#include "orva_gpio_utils/LedGlow.h"
+#include "orva_gpio_utils/LedIr.h"
+#include "orva_gpio_utils/LedPhy.h"
+#include "orva_gpio_utils/LedPower.h"
+#include "orva_gpio_utils/LedSysfs.h"
+#include "orva_gpio_utils/McuLedFace.h"
+#include "orva_gpio_utils/ResetGPIOButtonCase.h"
+#include "orva_gpio_utils/ResetShmemButtonCase.h"
+#include "orva_gpio_utils/RingButton.h"
+#include "orva_gpio_utils/UartcliLedFace.h"
+
+namespace {
+
+using orva::sim::Call;
+using orva::sim::JournalEntry;
+using orva::sim::Mdio;
+using orva::sim::MdioAccess;
+using orva::sim::ProgramOutcome;
+using orva::sim::SharedMemory;
+using orva::test::Expected;
+using orva::test::pressed;
+using orva::test::RecordingObserver;
+using orva::test::matrix::Context;
+using orva::test::matrix::Row;
+using orva::test::matrix::Subject;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// ---- journal views ----
+
+std::vector<JournalEntry> callsOn(Context& c, const std::string& path, Call call) {
+    std::vector<JournalEntry> selected;
+    for (const JournalEntry& entry : c.sandbox().journal(path)) {
+        if (entry.call == call) selected.push_back(entry);
+    }
+    return selected;
+}
+
+// The descriptor the last successful open of path handed out.
+int openedFd(Context& c, const std::string& path) {
+    int fd = -1;
+    for (const JournalEntry& entry : callsOn(c, path, Call::Open)) {
+        if (entry.result > 0) fd = static_cast<int>(entry.result);
+    }
+    return fd;
+}
+
+std::string hex(int fd) { return orva::utils::format("0x%x", fd); }
+
+const Expected kBaseLedInitFailed{"src/BaseLed", "init", 3, 0, "Failed to init GPIO"};
+const Expected kBaseLedWriteFailed{"src/BaseLed", "setValue", 3, 0, "Failed to write value"};
+const Expected kBaseLedReadFailed{"src/BaseLed", "save", 3, 0, "Failed to read value"};
+
+// ---- buttons on a "/proc/gpio/" entry ----
+
+const Expected kButtonInitFailed{"src/BaseButton", "init", 3, 0, "Failed to init GPIO"};
+const Expected kButtonReadFailed{"src/BaseButton", "service", 3, 0, "Failed to read button GPIO"};
+
+Expected entryOpenFailed(const std::string& path) {
+    return {"src/BaseGPIOResetButton", "initGPIO", 3, 0, "Failed to open proc entry '" + path + "'"};
+}
+
+Expected entryReadFailed(int fd, int count, int error) {
+    return {"src/BaseGPIOResetButton", "readValue", 3, error,
+            "Failed to read from proc entry " + hex(fd) + ", num bytes read " + std::to_string(count)};
+}
+
+// The open of a button's entry fails: init fails with both records, and the button never polls.
+template <class Button>
+void buttonOpenFails(Context& c, const std::string& entry, int expectedFd, int expectedError) {
+    RecordingObserver observer;
+    {
+        Button button;
+        EXPECT_FALSE(button.init(&observer, -1));
+        EXPECT_THAT(c.log.records(), ElementsAre(entryOpenFailed(entry), kButtonInitFailed));
+        const auto opens = callsOn(c, entry, Call::Open);
+        ASSERT_EQ(opens.size(), 1u);
+        EXPECT_EQ(opens[0].result, expectedFd);
+        EXPECT_EQ(opens[0].error, expectedError);
+        c.sandbox().clearJournal();
+    }
+    // The destructor closes the descriptor only when it is not negative: 0 is closed, -1 is not.
+    const auto closes = c.sandbox().journal();
+    if (expectedFd == 0) {
+        ASSERT_EQ(closes.size(), 1u);
+        EXPECT_EQ(closes[0].call, Call::Close);
+        EXPECT_EQ(closes[0].fd, 0);
+    } else {
+        EXPECT_THAT(closes, IsEmpty());
+    }
+    EXPECT_THAT(observer.events, IsEmpty());
+}
+
+template <class Button>
+void addButtonRows(std::vector<Row>& rows, const std::string& name, uint32_t sysid, const std::string& entry) {
+    rows.push_back({name, "open", "EIO", sysid, false, [entry](Context& c) {
+                        c.sandbox().failCalls(entry, Call::Open, EIO);
+                        buttonOpenFails<Button>(c, entry, -1, EIO);
+                    }});
+    rows.push_back({name, "open", "EINTRRetried", sysid, false, [entry](Context& c) {
+                        c.sandbox().failCalls(entry, Call::Open, EINTR, 2);
+                        RecordingObserver observer;
+                        Button button;
+                        EXPECT_TRUE(button.init(&observer, -1));
+                        const auto opens = callsOn(c, entry, Call::Open);
+                        ASSERT_EQ(opens.size(), 3u);
+                        EXPECT_EQ(opens[0].error, EINTR);
+                        EXPECT_EQ(opens[1].error, EINTR);
+                        EXPECT_GT(opens[2].result, 0);
+                        c.sandbox().setValue(entry, "0\n");
+                        EXPECT_TRUE(button.service());
+                        EXPECT_THAT(observer.events, ElementsAre(pressed()));
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({name, "open", "DescriptorZero", sysid, false, [entry](Context& c) {
+                        c.sandbox().zeroDescriptor(entry);
+                        buttonOpenFails<Button>(c, entry, 0, 0);
+                    }});
+    rows.push_back({name, "open", "MissingFile", sysid, false, [entry](Context& c) {
+                        c.sandbox().removeAttribute(entry);
+                        buttonOpenFails<Button>(c, entry, -1, EACCES);
+                    }});
+    rows.push_back({name, "read", "EIO", sysid, false, [entry](Context& c) {
+                        RecordingObserver observer;
+                        Button button;
+                        ASSERT_TRUE(button.init(&observer, -1));
+                        c.sandbox().setValue(entry, "0\n");
+                        ASSERT_TRUE(button.service());
+                        c.sandbox().failCalls(entry, Call::Read, EIO);
+                        c.board.advanceMs(30);
+                        EXPECT_FALSE(button.service());
+                        EXPECT_THAT(c.log.records(), ElementsAre(entryReadFailed(openedFd(c, entry), -1, EIO),
+                                                                 kButtonReadFailed));
+                        // The press in progress is kept: no second press event on the next poll.
+                        c.board.advanceMs(30);
+                        EXPECT_TRUE(button.service());
+                        EXPECT_THAT(observer.events, ElementsAre(pressed()));
+                    }});
+    rows.push_back({name, "read", "EINTRRetried", sysid, false, [entry](Context& c) {
+                        RecordingObserver observer;
+                        Button button;
+                        ASSERT_TRUE(button.init(&observer, -1));
+                        c.sandbox().setValue(entry, "0\n");
+                        c.sandbox().failCalls(entry, Call::Read, EINTR, 3);
+                        c.sandbox().clearJournal();
+                        EXPECT_TRUE(button.service());
+                        const auto reads = callsOn(c, entry, Call::Read);
+                        ASSERT_EQ(reads.size(), 4u);
+                        EXPECT_EQ(reads[2].error, EINTR);
+                        EXPECT_EQ(reads[3].bytes, "0\n");
+                        EXPECT_THAT(observer.events, ElementsAre(pressed()));
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({name, "read", "EmptyRead", sysid, false, [entry](Context& c) {
+                        RecordingObserver observer;
+                        Button button;
+                        ASSERT_TRUE(button.init(&observer, -1));
+                        c.sandbox().setValue(entry, "0\n");
+                        c.sandbox().emptyRead(entry);
+                        errno = 0;
+                        EXPECT_FALSE(button.service());
+                        EXPECT_THAT(c.log.records(), ElementsAre(entryReadFailed(openedFd(c, entry), 0, 0),
+                                                                 kButtonReadFailed));
+                        EXPECT_THAT(observer.events, IsEmpty());
+                        EXPECT_TRUE(button.service());
+                        EXPECT_THAT(observer.events, ElementsAre(pressed()));
+                    }});
+    rows.push_back({name, "close", "EIO", sysid, false, [entry](Context& c) {
+                        {
+                            RecordingObserver observer;
+                            Button button;
+                            ASSERT_TRUE(button.init(&observer, -1));
+                            c.sandbox().failCalls(entry, Call::Close, EIO);
+                            c.sandbox().clearJournal();
+                        }
+                        // Nothing to report from a destructor: the failed close is the only call.
+                        const auto& journal = c.sandbox().journal();
+                        ASSERT_EQ(journal.size(), 1u);
+                        EXPECT_EQ(journal[0].call, Call::Close);
+                        EXPECT_EQ(journal[0].error, EIO);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+}
+
+// ---- the reset button in System V shared memory ----
+
+constexpr int kSegmentKey = orva::sim::kResetButtonSegmentKey;
+
+Expected shmemInitFailed(const std::string& text) { return {"src/ResetShmemButtonCase", "initGPIO", 3, 0, text}; }
+Expected shmemDetachFailed(const std::string& reason) {
+    return {"src/ResetShmemButtonCase", "~ResetShmemButtonCase", 6, 0, "shared memory detach failed (" + reason + ")"};
+}
+
+std::vector<std::string> shmCallNames(Context& c) {
+    std::vector<std::string> names;
+    for (const JournalEntry& entry : c.sandbox().journal()) {
+        if (entry.call == Call::Shm) names.push_back(entry.path);
+    }
+    return names;
+}
+
+// A failed set-up step: init fails with the step's message, and the destructor detaches (which
+// fails with EINVAL when nothing was attached).
+void shmemSetupFails(Context& c, const std::string& message, const std::vector<std::string>& setupCalls,
+                     bool attached) {
+    RecordingObserver observer;
+    {
+        ResetShmemButtonCase button(false);
+        EXPECT_FALSE(button.init(&observer, -1));
+        EXPECT_THAT(c.log.records(), ElementsAre(shmemInitFailed(message), kButtonInitFailed));
+        EXPECT_EQ(shmCallNames(c), setupCalls);
+        EXPECT_EQ(SharedMemory::attachments(kSegmentKey), attached ? 2u : 1u);
+        c.log.clear();
+    }
+    if (attached) {
+        EXPECT_THAT(c.log.records(), IsEmpty());
+    } else {
+        EXPECT_THAT(c.log.records(), ElementsAre(shmemDetachFailed("Invalid argument")));
+    }
+    EXPECT_EQ(shmCallNames(c).back(), "shmdt");
+    EXPECT_EQ(SharedMemory::attachments(kSegmentKey), 1u);
+    EXPECT_THAT(observer.events, IsEmpty());
+}
+
+void addShmemRows(std::vector<Row>& rows) {
+    const std::string name = "ResetShmemButtonCase";
+    rows.push_back({name, "shmget", "Fails", 0xA564, false, [](Context& c) {
+                        c.sandbox().failCalls("shmget", Call::Shm, ENOENT);
+                        shmemSetupFails(c, "failed to get shared memory", {"shmget"}, false);
+                    }});
+    rows.push_back({name, "shmat", "Fails", 0xA564, false, [](Context& c) {
+                        c.sandbox().failCalls("shmat", Call::Shm, EACCES);
+                        shmemSetupFails(c, "Failed to attach shared memory", {"shmget", "shmat"}, false);
+                    }});
+    rows.push_back({name, "shmctl", "Fails", 0xA564, false, [](Context& c) {
+                        c.sandbox().failCalls("shmctl", Call::Shm, EIDRM);
+                        shmemSetupFails(c, "Failed to get shared memory size", {"shmget", "shmat", "shmctl"}, true);
+                    }});
+    rows.push_back({name, "shmdt", "Fails", 0xA564, false, [](Context& c) {
+                        {
+                            RecordingObserver observer;
+                            ResetShmemButtonCase button(false);
+                            ASSERT_TRUE(button.init(&observer, -1));
+                            c.sandbox().failCalls("shmdt", Call::Shm, ENOMEM);
+                        }
+                        // Only information: the detach failure names the errno.
+                        EXPECT_THAT(c.log.records(), ElementsAre(shmemDetachFailed("Cannot allocate memory")));
+                        EXPECT_EQ(shmCallNames(c).back(), "shmdt");
+                    }});
+}
+
+// ---- LED faces that keep one brightness file open ----
+
+// One such face: its file, source, the board, and what a value write looks like. A write row sets
+// fromUser (which succeeds), injects the fault, then asks for toUser, whose device text is toText.
+struct KeptFile {
+    std::string subject;
+    uint32_t sysid;
+    std::string path;
+    std::string source;
+    int fromUser;
+    std::string fromText;
+    int toUser;
+    std::string toText;
+    // Called right after a successful init (colours, ...).
+    std::function<void(BaseLed&)> prepare;
+};
+
+Expected keptOpenFailed(const KeptFile& f) {
+    return {f.source, "initGPIO", 3, 0, "Failed to open proc entry '" + f.path + "'"};
+}
+
+Expected keptWriteFailed(const KeptFile& f, const char* function, const std::string& text, int fd, int error) {
+    return {f.source, function, 3, error, "Failed to write '" + text + "' to proc entry " + hex(fd)};
+}
+
+// The open fails: init fails with both records, the face stays uninitialised, and the destructor
+// closes the descriptor only when it is not negative (0 is closed, -1 is not).
+template <class Face>
+void keptOpenFails(Context& c, const KeptFile& f, int expectedFd, int expectedError) {
+    {
+        Face face;
+        EXPECT_FALSE(face.init("led"));
+        EXPECT_THAT(c.log.records(), ElementsAre(keptOpenFailed(f), kBaseLedInitFailed));
+        const auto opens = callsOn(c, f.path, Call::Open);
+        ASSERT_EQ(opens.size(), 1u);
+        EXPECT_EQ(opens[0].result, expectedFd);
+        EXPECT_EQ(opens[0].error, expectedError);
+        c.log.clear();
+        EXPECT_FALSE(face.setValue(10, false));  // still not initialised
+        EXPECT_THAT(c.log.records(), ElementsAre(Expected{"src/BaseLed", "setValue", 3, 0, "Internal error"}));
+        c.sandbox().clearJournal();
+    }
+    const auto& journal = c.sandbox().journal();
+    if (expectedFd == 0) {
+        ASSERT_EQ(journal.size(), 1u);
+        EXPECT_EQ(journal[0].call, Call::Close);
+        EXPECT_EQ(journal[0].fd, 0);
+    } else {
+        EXPECT_THAT(journal, IsEmpty());
+    }
+}
+
+template <class Face>
+void keptOpenRetried(Context& c, const KeptFile& f) {
+    c.sandbox().failCalls(f.path, Call::Open, EINTR, 2);
+    Face face;
+    EXPECT_TRUE(face.init("led"));
+    const auto opens = callsOn(c, f.path, Call::Open);
+    ASSERT_EQ(opens.size(), 3u);
+    EXPECT_EQ(opens[0].error, EINTR);
+    EXPECT_EQ(opens[1].error, EINTR);
+    EXPECT_GT(opens[2].result, 0);
+    if (f.prepare) f.prepare(face);
+    EXPECT_TRUE(face.setValue(f.toUser, false));
+    EXPECT_EQ(c.board.value(f.path), f.toText);
+    EXPECT_THAT(c.log.records(), IsEmpty());
+}
+
+// A value write fails: false with the face's record and BaseLed's, the file holds fileAfter, and
+// the face keeps fromUser (asking for it again writes nothing).
+template <class Face>
+void keptWriteFails(Context& c, const KeptFile& f, const std::function<void()>& inject, int error,
+                    const std::string& fileAfter) {
+    Face face;
+    ASSERT_TRUE(face.init("led"));
+    if (f.prepare) f.prepare(face);
+    ASSERT_TRUE(face.setValue(f.fromUser, false));
+    ASSERT_EQ(c.board.value(f.path), f.fromText);
+    c.log.clear();
+    inject();
+    errno = 0;  // a short write sets no errno: the record carries what errno held
+    EXPECT_FALSE(face.setValue(f.toUser, false));
+    EXPECT_THAT(c.log.records(),
+                ElementsAre(keptWriteFailed(f, "writeValue", f.toText, openedFd(c, f.path), error), kBaseLedWriteFailed));
+    EXPECT_EQ(c.board.value(f.path), fileAfter);
+    c.sandbox().clearJournal();
+    EXPECT_TRUE(face.setValue(f.fromUser, false));
+    EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+}
+
+template <class Face>
+void keptWriteRetried(Context& c, const KeptFile& f) {
+    Face face;
+    ASSERT_TRUE(face.init("led"));
+    if (f.prepare) f.prepare(face);
+    c.sandbox().failCalls(f.path, Call::Write, EINTR, 2);
+    c.sandbox().clearJournal();
+    EXPECT_TRUE(face.setValue(f.toUser, false));
+    const auto writes = callsOn(c, f.path, Call::Write);
+    ASSERT_EQ(writes.size(), 3u);
+    EXPECT_EQ(writes[0].error, EINTR);
+    EXPECT_EQ(writes[1].error, EINTR);
+    EXPECT_EQ(writes[2].bytes, orva::test::withNul(f.toText));
+    EXPECT_EQ(writes[2].result, static_cast<long long>(f.toText.size() + 1));
+    EXPECT_EQ(c.board.value(f.path), f.toText);
+    EXPECT_THAT(c.log.records(), IsEmpty());
+}
+
+// A read for save() fails: false with the face's record and BaseLed's; no save is pending, so
+// restore has nothing to do.
+template <class Face>
+void keptReadFails(Context& c, const KeptFile& f, const std::function<void()>& inject, int error, int count) {
+    c.sandbox().setValue(f.path, f.fromText);
+    Face face;
+    ASSERT_TRUE(face.init("led"));
+    if (f.prepare) f.prepare(face);
+    c.log.clear();
+    inject();
+    errno = 0;  // an empty read sets no errno
+    EXPECT_FALSE(face.save());
+    EXPECT_THAT(c.log.records(),
+                ElementsAre(Expected{f.source, "readValue", 3, error,
+                                     "Failed to read from proc entry " + hex(openedFd(c, f.path)) +
+                                         ", num bytes read " + std::to_string(count)},
+                            kBaseLedReadFailed));
+    c.sandbox().clearJournal();
+    EXPECT_TRUE(face.restore());
+    EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+}
+
+template <class Face>
+void keptReadRetried(Context& c, const KeptFile& f) {
+    Face face;
+    ASSERT_TRUE(face.init("led"));
+    c.sandbox().setValue(f.path, "250");
+    c.sandbox().failCalls(f.path, Call::Read, EINTR, 2);
+    c.sandbox().clearJournal();
+    int value = -7;
+    EXPECT_TRUE(face.readValue(value));
+    EXPECT_EQ(value, 250);
+    const auto reads = callsOn(c, f.path, Call::Read);
+    ASSERT_EQ(reads.size(), 3u);
+    EXPECT_EQ(reads[1].error, EINTR);
+    EXPECT_EQ(reads[2].bytes, "250\n");
+    EXPECT_THAT(c.log.records(), IsEmpty());
+}
+
+// A failing close in the destructor is not reported.
+template <class Face>
+void keptCloseFails(Context& c, const KeptFile& f) {
+    {
+        Face face;
+        ASSERT_TRUE(face.init("led"));
+        c.sandbox().failCalls(f.path, Call::Close, EIO);
+        c.sandbox().clearJournal();
+    }
+    const auto& journal = c.sandbox().journal();
+    ASSERT_EQ(journal.size(), 1u);
+    EXPECT_EQ(journal[0].call, Call::Close);
+    EXPECT_EQ(journal[0].path, f.path);
+    EXPECT_EQ(journal[0].error, EIO);
+    EXPECT_THAT(c.log.records(), IsEmpty());
+}
+
+// Rows of the open, value write, read (when the face reads its file) and close sites.
+template <class Face>
+void addKeptFileRows(std::vector<Row>& rows, const KeptFile& f, bool readsFile) {
+    const std::string& n = f.subject;
+    rows.push_back({n, "open", "EIO", f.sysid, false, [f](Context& c) {
+                        c.sandbox().failCalls(f.path, Call::Open, EIO);
+                        keptOpenFails<Face>(c, f, -1, EIO);
+                    }});
+    rows.push_back({n, "open", "EINTRRetried", f.sysid, false, [f](Context& c) { keptOpenRetried<Face>(c, f); }});
+    rows.push_back({n, "open", "DescriptorZero", f.sysid, false, [f](Context& c) {
+                        c.sandbox().zeroDescriptor(f.path);
+                        keptOpenFails<Face>(c, f, 0, 0);
+                    }});
+    rows.push_back({n, "open", "MissingFile", f.sysid, false, [f](Context& c) {
+                        c.sandbox().removeAttribute(f.path);
+                        keptOpenFails<Face>(c, f, -1, EACCES);
+                    }});
+    rows.push_back({n, "write", "EIO", f.sysid, false, [f](Context& c) {
+                        keptWriteFails<Face>(
+                            c, f, [&c, &f] { c.sandbox().failCalls(f.path, Call::Write, EIO); }, EIO, f.fromText);
+                    }});
+    rows.push_back({n, "write", "EINTRRetried", f.sysid, false, [f](Context& c) { keptWriteRetried<Face>(c, f); }});
+    rows.push_back({n, "write", "ShortWrite", f.sysid, false, [f](Context& c) {
+                        // The file keeps the one byte the write took.
+                        keptWriteFails<Face>(
+                            c, f, [&c, &f] { c.sandbox().shortWrite(f.path, 1); }, 0, f.toText.substr(0, 1));
+                    }});
+    if (readsFile) {
+        rows.push_back({n, "read", "EIO", f.sysid, false, [f](Context& c) {
+                            keptReadFails<Face>(
+                                c, f, [&c, &f] { c.sandbox().failCalls(f.path, Call::Read, EIO); }, EIO, -1);
+                        }});
+        rows.push_back({n, "read", "EINTRRetried", f.sysid, false, [f](Context& c) { keptReadRetried<Face>(c, f); }});
+        rows.push_back({n, "read", "EmptyRead", f.sysid, false, [f](Context& c) {
+                            keptReadFails<Face>(c, f, [&c, &f] { c.sandbox().emptyRead(f.path); }, 0, 0);
+                        }});
+    }
+    rows.push_back({n, "close", "EIO", f.sysid, false, [f](Context& c) { keptCloseFails<Face>(c, f); }});
+}
+
+// The front light of 0xA533: user 50 is "49", 80 is "79".
+const KeptFile kFrontLight{"LedFace", 0xA533, "/sys/class/backlight/3.pwm_bl/brightness", "src/LedFace", 50, "49",
+                           80, "79", nullptr};
+
+// The green status LED of 0xA571, green on black: the file shows the value (user 80 is 204, 40 is
+// 102 of 0..255).
+const KeptFile kGreenLed{"GreenLedFace", 0xA571, "/sys/class/leds/G/brightness", "src/GreenLedFace", 80, "204",
+                         40, "102", [](BaseLed& led) {
+                             ASSERT_TRUE(led.setColor(BaseLed::COLOR_GREEN, BaseLed::COLOR_BLACK));
+                         }};
+
+// The glow light of 0xA5A6 (0..218): user 50 is 109, 80 is 174.
+const KeptFile kGlow{"LedGlow", 0xA5A6, "/sys/class/backlight/bogus_bus:pwm_bl@0/brightness", "src/LedGlow", 50,
+                     "109", 80, "174", nullptr};
+
+// The green LED's colour change writes too: black on green shows 255 - value.
+void greenColourWriteFails(Context& c, const std::function<void()>& inject, int error, const std::string& fileAfter) {
+    GreenLedFace led;
+    ASSERT_TRUE(led.init("led"));
+    ASSERT_TRUE(led.setColor(BaseLed::COLOR_GREEN, BaseLed::COLOR_BLACK));
+    ASSERT_TRUE(led.setValue(80, false));
+    c.log.clear();
+    inject();
+    errno = 0;
+    EXPECT_FALSE(led.setColor(BaseLed::COLOR_BLACK, BaseLed::COLOR_GREEN));
+    EXPECT_THAT(c.log.records(),
+                ElementsAre(keptWriteFailed(kGreenLed, "setColor", "51", openedFd(c, kGreenLed.path), error)));
+    EXPECT_EQ(c.board.value(kGreenLed.path), fileAfter);
+    // The new pair is kept: asking for it again writes nothing.
+    EXPECT_EQ(led.readFgColor(), BaseLed::COLOR_BLACK);
+    EXPECT_EQ(led.readBgColor(), BaseLed::COLOR_GREEN);
+    c.sandbox().clearJournal();
+    EXPECT_TRUE(led.setColor(BaseLed::COLOR_BLACK, BaseLed::COLOR_GREEN));
+    EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+}
+
+void addGreenColourRows(std::vector<Row>& rows) {
+    const std::string& path = kGreenLed.path;
+    rows.push_back({"GreenLedFace", "write_colour", "EIO", 0xA571, false, [path](Context& c) {
+                        greenColourWriteFails(
+                            c, [&c, &path] { c.sandbox().failCalls(path, Call::Write, EIO); }, EIO, "204");
+                    }});
+    rows.push_back({"GreenLedFace", "write_colour", "EINTRRetried", 0xA571, false, [path](Context& c) {
+                        GreenLedFace led;
+                        ASSERT_TRUE(led.init("led"));
+                        ASSERT_TRUE(led.setColor(BaseLed::COLOR_GREEN, BaseLed::COLOR_BLACK));
+                        ASSERT_TRUE(led.setValue(80, false));
+                        c.sandbox().failCalls(path, Call::Write, EINTR, 2);
+                        c.sandbox().clearJournal();
+                        EXPECT_TRUE(led.setColor(BaseLed::COLOR_BLACK, BaseLed::COLOR_GREEN));
+                        const auto writes = callsOn(c, path, Call::Write);
+                        ASSERT_EQ(writes.size(), 3u);
+                        EXPECT_EQ(writes[1].error, EINTR);
+                        EXPECT_EQ(writes[2].bytes, orva::test::withNul("51"));
+                        EXPECT_EQ(c.board.value(path), "51");
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({"GreenLedFace", "write_colour", "ShortWrite", 0xA571, false, [path](Context& c) {
+                        greenColourWriteFails(c, [&c, &path] { c.sandbox().shortWrite(path, 1); }, 0, "5");
+                    }});
+}
+
+// The glow light starts dark: init writes "0", and a failure of that write fails init.
+void glowStartDarkFails(Context& c, const std::function<void()>& inject, int error) {
+    inject();
+    errno = 0;
+    {
+        LedGlow led;
+        EXPECT_FALSE(led.init("glow"));
+        EXPECT_THAT(c.log.records(),
+                    ElementsAre(keptWriteFailed(kGlow, "initGPIO", "0", openedFd(c, kGlow.path), error),
+                                kBaseLedInitFailed));
+        c.sandbox().clearJournal();
+    }
+    // The file opened for it is closed all the same.
+    const auto& journal = c.sandbox().journal();
+    ASSERT_EQ(journal.size(), 1u);
+    EXPECT_EQ(journal[0].call, Call::Close);
+    EXPECT_EQ(journal[0].path, kGlow.path);
+}
+
+void addGlowStartDarkRows(std::vector<Row>& rows) {
+    const std::string& path = kGlow.path;
+    rows.push_back({"LedGlow", "write_startdark", "EIO", 0xA5A6, false, [path](Context& c) {
+                        glowStartDarkFails(c, [&c, &path] { c.sandbox().failCalls(path, Call::Write, EIO); }, EIO);
+                    }});
+    rows.push_back({"LedGlow", "write_startdark", "EINTRRetried", 0xA5A6, false, [path](Context& c) {
+                        c.sandbox().setValue(path, "33");
+                        c.sandbox().failCalls(path, Call::Write, EINTR, 2);
+                        LedGlow led;
+                        EXPECT_TRUE(led.init("glow"));
+                        const auto writes = callsOn(c, path, Call::Write);
+                        ASSERT_EQ(writes.size(), 3u);
+                        EXPECT_EQ(writes[1].error, EINTR);
+                        EXPECT_EQ(writes[2].bytes, orva::test::withNul("0"));
+                        EXPECT_EQ(c.board.value(path), "0");
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({"LedGlow", "write_startdark", "ShortWrite", 0xA5A6, false, [path](Context& c) {
+                        glowStartDarkFails(c, [&c, &path] { c.sandbox().shortWrite(path, 1); }, 0);
+                    }});
+}
+
+// ---- LED faces that open, write and close a file on every write ----
+
+// One such face and one of its files. A row brings the face to fromUser (the file then holds
+// fromFile), injects the fault on path and asks for toUser, which writes toText to path first.
+struct PerWriteFile {
+    std::string subject;
+    uint32_t sysid;
+    bool freshProcess;
+    std::string path;
+    std::string source;
+    int fromUser;
+    std::string fromFile;
+    int toUser;
+    std::string toText;
+    std::function<void(BaseLed&)> prepare;  // after init, before fromUser is set
+    std::function<void()> setUpBoard;       // before the face is built
+};
+
+std::vector<std::string> traceOf(const std::vector<JournalEntry>& journal) {
+    std::vector<std::string> lines;
+    for (const JournalEntry& entry : journal) {
+        if (entry.call == Call::Open || entry.call == Call::Read || entry.call == Call::Write ||
+            entry.call == Call::Close) {
+            lines.push_back(orva::test::sysfs::trace({entry})[0]);
+        }
+    }
+    return lines;
+}
+
+// The write of toText fails: false with the records of records(fd of the attempt) and BaseLed's,
+// the walk stops after the calls of steps, path holds fileAfter, and the face keeps fromUser.
+template <class Face>
+void perWriteFails(Context& c, const PerWriteFile& f, const std::function<void()>& inject,
+                   const std::function<std::vector<Expected>(int fd)>& records,
+                   const std::vector<std::string>& steps, const std::string& fileAfter) {
+    if (f.setUpBoard) f.setUpBoard();
+    Face face;
+    ASSERT_TRUE(face.init("led"));
+    if (f.prepare) f.prepare(face);
+    ASSERT_TRUE(face.setValue(f.fromUser, false));
+    ASSERT_EQ(c.board.value(f.path), f.fromFile);
+    int stored = 0;
+    ASSERT_TRUE(face.readValue(stored));
+    c.log.clear();
+    c.sandbox().clearJournal();
+    inject();
+    errno = 0;  // a short write sets no errno: the record carries what errno held
+    EXPECT_FALSE(face.setValue(f.toUser, false));
+    std::vector<Expected> expected = records(openedFd(c, f.path));
+    expected.push_back(kBaseLedWriteFailed);
+    EXPECT_THAT(c.log.records(), ::testing::ElementsAreArray(expected));
+    EXPECT_EQ(traceOf(c.sandbox().journal()), steps);
+    EXPECT_EQ(c.board.value(f.path), fileAfter);
+    int after = 0;
+    ASSERT_TRUE(face.readValue(after));
+    EXPECT_EQ(after, stored);
+    c.sandbox().clearJournal();
+    EXPECT_TRUE(face.setValue(f.fromUser, false));
+    EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+}
+
+// The call is interrupted twice (or the close fails): the write of toText succeeds without a record.
+template <class Face>
+void perWriteSucceeds(Context& c, const PerWriteFile& f, const std::function<void()>& inject,
+                      const std::vector<std::string>& steps) {
+    if (f.setUpBoard) f.setUpBoard();
+    Face face;
+    ASSERT_TRUE(face.init("led"));
+    if (f.prepare) f.prepare(face);
+    ASSERT_TRUE(face.setValue(f.fromUser, false));
+    c.log.clear();
+    c.sandbox().clearJournal();
+    inject();
+    EXPECT_TRUE(face.setValue(f.toUser, false));
+    EXPECT_EQ(traceOf(c.sandbox().journal(f.path)), steps);
+    EXPECT_EQ(c.board.value(f.path), f.toText);
+    EXPECT_THAT(c.log.records(), IsEmpty());
+}
+
+template <class Face>
+void addPerWriteRows(std::vector<Row>& rows, const PerWriteFile& f) {
+    const std::string& n = f.subject;
+    const std::string& p = f.path;
+    const auto openFailed = [f](int) {
+        return std::vector<Expected>{{f.source, "writeValue", 3, 0, "Failed to open proc entry '" + f.path + "'"}};
+    };
+    const auto writeFailed = [f](int error) {
+        return [f, error](int fd) {
+            return std::vector<Expected>{
+                {f.source, "writeValue", 3, error, "Failed to write '" + f.toText + "' to proc entry " + hex(fd)}};
+        };
+    };
+    const std::string text = orva::test::sysfs::shown(orva::test::withNul(f.toText));
+    rows.push_back({n, "open", "EIO", f.sysid, f.freshProcess, [f, p, openFailed](Context& c) {
+                        perWriteFails<Face>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Open, EIO); }, openFailed,
+                            {"open " + p + " -> -1"}, f.fromFile);
+                    }});
+    rows.push_back({n, "open", "EINTRRetried", f.sysid, f.freshProcess, [f, p, text](Context& c) {
+                        perWriteSucceeds<Face>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Open, EINTR, 2); },
+                            {"open " + p + " -> -1", "open " + p + " -> -1", "open " + p, "write " + p + " " + text,
+                             "close " + p});
+                    }});
+    rows.push_back({n, "open", "DescriptorZero", f.sysid, f.freshProcess, [f, p, openFailed](Context& c) {
+                        // The descriptor 0 is closed again (a close of no sandbox file).
+                        perWriteFails<Face>(
+                            c, f, [&c, &p] { c.sandbox().zeroDescriptor(p); }, openFailed,
+                            {"open " + p + " -> 0", "close "}, f.fromFile);
+                    }});
+    rows.push_back({n, "open", "MissingFile", f.sysid, f.freshProcess, [f, p, openFailed](Context& c) {
+                        perWriteFails<Face>(
+                            c, f, [&c, &p] { c.sandbox().removeAttribute(p); }, openFailed,
+                            {"open " + p + " -> -1"}, "");
+                        EXPECT_EQ(c.sandbox().journal(p).size(), 0u);  // nothing more was tried
+                    }});
+    rows.push_back({n, "write", "EIO", f.sysid, f.freshProcess, [f, p, text, writeFailed](Context& c) {
+                        perWriteFails<Face>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Write, EIO); }, writeFailed(EIO),
+                            {"open " + p, "write " + p + " " + text + " -> -1", "close " + p}, f.fromFile);
+                    }});
+    rows.push_back({n, "write", "EINTRRetried", f.sysid, f.freshProcess, [f, p, text](Context& c) {
+                        perWriteSucceeds<Face>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Write, EINTR, 2); },
+                            {"open " + p, "write " + p + " " + text + " -> -1", "write " + p + " " + text + " -> -1",
+                             "write " + p + " " + text, "close " + p});
+                    }});
+    rows.push_back({n, "write", "ShortWrite", f.sysid, f.freshProcess, [f, p, text, writeFailed](Context& c) {
+                        // The file keeps the one byte the write took.
+                        perWriteFails<Face>(
+                            c, f, [&c, &p] { c.sandbox().shortWrite(p, 1); }, writeFailed(0),
+                            {"open " + p, "write " + p + " " + text, "close " + p}, f.toText.substr(0, 1));
+                    }});
+    rows.push_back({n, "close", "EIO", f.sysid, f.freshProcess, [f, p, text](Context& c) {
+                        perWriteSucceeds<Face>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Close, EIO); },
+                            {"open " + p, "write " + p + " " + text, "close " + p + " -> -1"});
+                    }});
+}
+
+// The status LED of 0xA5A0: red lit, its file is the first of the walk (user 50 is 49, 70 is 69).
+const PerWriteFile kSysfsRed{"LedSysfsA5A0", 0xA5A0, true, "/sys/bus/i2c/devices/3-0030/leds/R/brightness",
+                             "src/LedSysfs", 50, "49", 70, "69", nullptr, nullptr};
+
+// The white LED beside the microcontroller's LEDs of 0xA574: on ("1") and off ("0").
+const PerWriteFile kUartcliWhite{"UartcliLedFace", 0xA574, false, "/proc/gpio/white_led", "src/UartcliLedFace", 100,
+                                 "1", 0, "0", [](BaseLed& led) {
+                                     ASSERT_TRUE(led.setColor(BaseLed::COLOR_WHITE, BaseLed::COLOR_BLACK));
+                                 },
+                                 [] { orva::sim::registerUartcli(0); }};
+
+// The second LP5012 unit of 0xA597 is read back before it is written: a failed read is a warning,
+// the kept byte is 0 and the write goes on.
+std::string lp5012(char color, int unit) {
+    return std::string("/sys/class/leds/lp5012:") + color + std::to_string(unit) + "/color";
+}
+
+void lp5012ReadBack(Context& c, const std::function<void()>& inject, const std::vector<Expected>& records,
+                    size_t reads, const std::string& secondRed) {
+    LedSysfs led;
+    ASSERT_TRUE(led.init("status"));
+    inject();
+    errno = 0;
+    EXPECT_TRUE(led.writeValue(50));
+    EXPECT_EQ(c.board.value(lp5012('R', 1)), "3289650");
+    EXPECT_EQ(c.board.value(lp5012('R', 2)), secondRed);
+    EXPECT_EQ(c.board.value(lp5012('G', 2)), "255");
+    EXPECT_EQ(callsOn(c, lp5012('R', 2), Call::Read).size(), reads);
+    EXPECT_THAT(c.log.records(), ::testing::ElementsAreArray(records));
+    int stored = 0;
+    EXPECT_TRUE(led.readValue(stored));
+    EXPECT_EQ(stored, 50);
+}
+
+Expected lp5012ReadFailed(Context& c, int count) {
+    return {"src/LedSysfs", "writeValue", 4, 0,
+            "Failed to read from proc entry " + hex(openedFd(c, lp5012('R', 2))) + ", num bytes read " +
+                std::to_string(count)};
+}
+
+void addLp5012ReadRows(std::vector<Row>& rows) {
+    const std::string path = lp5012('R', 2);
+    rows.push_back({"LedSysfsA597", "read_secondunit", "EIO", 0xA597, true, [path](Context& c) {
+                        c.sandbox().failCalls(path, Call::Read, EIO);
+                        LedSysfs led;
+                        ASSERT_TRUE(led.init("status"));
+                        EXPECT_TRUE(led.writeValue(50));
+                        EXPECT_EQ(c.board.value(path), "3289600");  // the kept byte is 0
+                        EXPECT_THAT(c.log.records(), ElementsAre(lp5012ReadFailed(c, -1)));
+                    }});
+    rows.push_back({"LedSysfsA597", "read_secondunit", "EINTRRetried", 0xA597, true, [path](Context& c) {
+                        lp5012ReadBack(
+                            c, [&c, &path] { c.sandbox().failCalls(path, Call::Read, EINTR, 2); }, {}, 3u,
+                            "3289855");
+                    }});
+    rows.push_back({"LedSysfsA597", "read_secondunit", "EmptyRead", 0xA597, true, [path](Context& c) {
+                        c.sandbox().emptyRead(path);
+                        LedSysfs led;
+                        ASSERT_TRUE(led.init("status"));
+                        EXPECT_TRUE(led.writeValue(50));
+                        EXPECT_EQ(c.board.value(path), "3289600");
+                        EXPECT_THAT(c.log.records(), ElementsAre(lp5012ReadFailed(c, 0)));
+                    }});
+}
+
+// ---- the microcontroller tool ----
+
+const std::vector<ProgramOutcome>& toolFailures() {
+    static const std::vector<ProgramOutcome> outcomes = {ProgramOutcome::exited(1), ProgramOutcome::notStarted(ENOENT),
+                                                         ProgramOutcome::killed(SIGKILL)};
+    return outcomes;
+}
+const char* const kToolFaults[] = {"NonZeroExit", "SpawnFailure", "KilledBySignal"};
+
+std::vector<std::string> told() {
+    std::vector<std::string> words;
+    for (const auto& frame : orva::sim::uartcliFrames()) words.push_back(frame.description);
+    return words;
+}
+
+void addUartcliToolRows(std::vector<Row>& rows) {
+    const std::string source = "src/UartcliLedFace";
+    for (size_t i = 0; i < toolFailures().size(); ++i) {
+        const ProgramOutcome outcome = toolFailures()[i];
+        // Taking control fails: only logged; the face works on.
+        rows.push_back({"UartcliLedFace", "exec_takecontrol", kToolFaults[i], 0xA574, false, [outcome, source](Context& c) {
+                            orva::sim::registerUartcli(outcome);
+                            UartcliLedFace led;
+                            EXPECT_THAT(c.log.records(),
+                                        ElementsAre(Expected{source, "UartcliLedFace", 3, 0, "Failed to get LEDs contorl"}));
+                            orva::sim::registerUartcli(0);
+                            c.log.clear();
+                            ASSERT_TRUE(led.init("status"));
+                            EXPECT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK));
+                            EXPECT_TRUE(led.setValue(50, false));
+                            EXPECT_THAT(told(), ElementsAre("take control", "set colour 0x01 (red)",
+                                                            "set colour 0x01 (red)"));
+                        }});
+        // Giving control back fails: only logged, at destruction.
+        rows.push_back({"UartcliLedFace", "exec_releasecontrol", kToolFaults[i], 0xA574, false, [outcome, source](Context& c) {
+                            orva::sim::registerUartcli(0);
+                            {
+                                UartcliLedFace led;
+                                orva::sim::registerUartcli(outcome);
+                            }
+                            EXPECT_THAT(c.log.records(),
+                                        ElementsAre(Expected{source, "~UartcliLedFace", 3, 0, "Failed to free LEDs control"}));
+                            EXPECT_THAT(told(), ElementsAre("take control", "release control"));
+                        }});
+        // Setting the colour of a value fails: logged, yet the write counts as done.
+        rows.push_back({"UartcliLedFace", "exec_setcolour", kToolFaults[i], 0xA574, false, [outcome, source](Context& c) {
+                            orva::sim::registerUartcli(0);
+                            UartcliLedFace led;
+                            ASSERT_TRUE(led.init("status"));
+                            ASSERT_TRUE(led.setColor(BaseLed::COLOR_GREEN, BaseLed::COLOR_BLACK));
+                            c.log.clear();
+                            orva::sim::registerUartcli(outcome);
+                            EXPECT_TRUE(led.setValue(50, false));
+                            EXPECT_THAT(c.log.records(),
+                                        ElementsAre(Expected{source, "writeValue", 3, 0, "Failed to set for LED color to MCU"}));
+                            orva::sim::registerUartcli(0);
+                            const size_t runs = told().size();
+                            EXPECT_TRUE(led.setValue(50, false));  // taken as written: nothing sent again
+                            EXPECT_EQ(told().size(), runs);
+                        }});
+    }
+}
+
+// ---- the status LED on the Ethernet PHY ----
+
+constexpr unsigned kPhyRegister = 0x11;
+
+Expected phyUnreadable(const char* function) {
+    return {"src/LedPhy", function, 3, 0, "Unable to read phy reg 11 from eth0"};
+}
+
+void addPhyRows(std::vector<Row>& rows) {
+    const std::string name = "LedPhy";
+    rows.push_back({name, "mdioinit", "Fails", 0xA564, false, [](Context& c) {
+                        Mdio::failInit("eth0", EPERM);
+                        LedPhy led;
+                        EXPECT_FALSE(led.init("phy"));
+                        const auto accesses = Mdio::accesses(c.sandbox().journal());
+                        ASSERT_EQ(accesses.size(), 1u);
+                        EXPECT_EQ(accesses[0].kind, MdioAccess::Kind::Init);
+                        EXPECT_EQ(accesses[0].error, EPERM);
+                        EXPECT_THAT(c.log.records(), ElementsAre(kBaseLedInitFailed));
+                    }});
+    // A failed read of the register before a write: nothing is written and the value is kept.
+    rows.push_back({name, "mdioread", "Fails", 0xA564, false, [](Context& c) {
+                        LedPhy led;
+                        ASSERT_TRUE(led.init("phy"));
+                        ASSERT_TRUE(led.setBoolean(false));
+                        EXPECT_EQ(Mdio::getRegister("eth0", kPhyRegister), 0x120C);
+                        Mdio::failRead("eth0", EIO);
+                        c.sandbox().clearJournal();
+                        EXPECT_FALSE(led.setBoolean(true));
+                        EXPECT_THAT(c.log.records(), ElementsAre(phyUnreadable("writeValue"), kBaseLedWriteFailed));
+                        const auto accesses = Mdio::accesses(c.sandbox().journal());
+                        ASSERT_EQ(accesses.size(), 1u);
+                        EXPECT_EQ(accesses[0].kind, MdioAccess::Kind::Read);
+                        EXPECT_EQ(Mdio::getRegister("eth0", kPhyRegister), 0x120C);
+                        c.sandbox().clearJournal();
+                        EXPECT_TRUE(led.setBoolean(false));  // still off: no request
+                        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                    }});
+    // A failed read for save(): the save fails and nothing is pending.
+    rows.push_back({name, "mdioread_save", "Fails", 0xA564, false, [](Context& c) {
+                        LedPhy led;
+                        ASSERT_TRUE(led.init("phy"));
+                        Mdio::failRead("eth0", ETIMEDOUT);
+                        EXPECT_FALSE(led.save());
+                        EXPECT_THAT(c.log.records(), ElementsAre(phyUnreadable("readValue"), kBaseLedReadFailed));
+                        c.sandbox().clearJournal();
+                        EXPECT_TRUE(led.restore());
+                        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                    }});
+    rows.push_back({name, "mdiowrite", "Fails", 0xA564, false, [](Context& c) {
+                        LedPhy led;
+                        ASSERT_TRUE(led.init("phy"));
+                        ASSERT_TRUE(led.setBoolean(false));
+                        Mdio::failWrite("eth0", EPERM);
+                        EXPECT_FALSE(led.setBoolean(true));
+                        // The write's failure comes back through the result only.
+                        EXPECT_THAT(c.log.records(), ElementsAre(kBaseLedWriteFailed));
+                        EXPECT_EQ(Mdio::getRegister("eth0", kPhyRegister), 0x120C);
+                        c.sandbox().clearJournal();
+                        EXPECT_TRUE(led.setBoolean(false));
+                        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                    }});
+}
+
+// ---- the infrared light of the early 0xA532 revisions: the image processor's factory tool ----
+
+const std::string kFactoryTool = "/bin/orva_isp_fac_cmd";
+
+// The tool fails on the second value: false with the tool's record and BaseLed's; the face keeps
+// the first value, so asking for it again runs nothing.
+void factoryToolFails(Context& c, const ProgramOutcome& outcome, const std::string& text) {
+    orva::sim::registerProgram(kFactoryTool, 0);
+    LedIr led;
+    ASSERT_TRUE(led.init("ir"));
+    ASSERT_TRUE(led.setValue(20, false));
+    c.log.clear();
+    orva::sim::registerProgram(kFactoryTool, [outcome](const std::vector<std::string>&) { return outcome; });
+    EXPECT_FALSE(led.setValue(40, false));
+    EXPECT_THAT(c.log.records(), ElementsAre(Expected{"src/LedIr", "writeValue", 3, 0, text}, kBaseLedWriteFailed));
+    EXPECT_EQ(orva::sim::programRuns(kFactoryTool).size(), 2u);
+    orva::sim::registerProgram(kFactoryTool, 0);
+    EXPECT_TRUE(led.setValue(20, false));
+    EXPECT_EQ(orva::sim::programRuns(kFactoryTool).size(), 2u);
+}
+
+void addInfraredRows(std::vector<Row>& rows) {
+    const std::string name = "LedIrA532";
+    rows.push_back({name, "exec", "NonZeroExit", 0xA532, true, [](Context& c) {
+                        factoryToolFails(c, ProgramOutcome::exited(3), "Failed to run fac_cmd, ret=3");
+                    }});
+    rows.push_back({name, "exec", "SpawnFailure", 0xA532, true, [](Context& c) {
+                        factoryToolFails(c, ProgramOutcome::notStarted(ENOENT), "Failed to run fac_cmd, ret=-1");
+                    }});
+    rows.push_back({name, "exec", "KilledBySignal", 0xA532, true, [](Context& c) {
+                        factoryToolFails(c, ProgramOutcome::killed(SIGSEGV), "Failed to run fac_cmd, ret=-1");
+                    }});
+}
+
+// ---- the matrix ----
+
+// Every subject and its system call sites. A subject without sites makes no system call.
+const std::vector<Subject>& subjects() {
+    static const std::vector<Subject> all = {
+        {"ResetGPIOButtonCase", {"open", "read", "close"}},
+        {"RingButton", {"open", "read", "close"}},
+        {"EnclosureDetButton", {"open", "read", "close"}},
+        {"DCCableDetector", {"open", "read", "close"}},
+        {"ResetShmemButtonCase", {"shmget", "shmat", "shmctl", "shmdt"}},
+        {"LedFace", {"open", "read", "write", "close"}},
+        {"GreenLedFace", {"open", "write", "write_colour", "close"}},
+        {"LedGlow", {"open", "write_startdark", "read", "write", "close"}},
+        {"LedSysfsA5A0", {"open", "write", "close"}},
+        {"LedSysfsA597", {"read_secondunit"}},
+        {"UartcliLedFace", {"exec_takecontrol", "exec_releasecontrol", "exec_setcolour", "open", "write", "close"}},
+        {"LedPower", {}},
+        {"McuLedFace", {}},
+        {"LedPhy", {"mdioinit", "mdioread", "mdioread_save", "mdiowrite"}},
+        {"LedIrA532", {"exec"}},
+    };
+    return all;
+}
+
+std::vector<Row> allRows() {
+    std::vector<Row> rows;
+    addButtonRows<ResetGPIOButtonCase>(rows, "ResetGPIOButtonCase", 0xA533, "/proc/gpio/reset_btn");
+    addButtonRows<RingButton>(rows, "RingButton", 0xA575, "/proc/gpio/ring_btn");
+    addButtonRows<EnclosureDetButton>(rows, "EnclosureDetButton", 0xA5B0, "/proc/gpio/enclosure_det");
+    addButtonRows<DCCableDetector>(rows, "DCCableDetector", 0xA5C0, "/proc/gpio/dcpowered");
+    addShmemRows(rows);
+    addKeptFileRows<LedFace>(rows, kFrontLight, true);
+    addKeptFileRows<GreenLedFace>(rows, kGreenLed, false);
+    addGreenColourRows(rows);
+    addKeptFileRows<LedGlow>(rows, kGlow, true);
+    addGlowStartDarkRows(rows);
+    addPerWriteRows<LedSysfs>(rows, kSysfsRed);
+    addLp5012ReadRows(rows);
+    addPerWriteRows<UartcliLedFace>(rows, kUartcliWhite);
+    addUartcliToolRows(rows);
+    addPhyRows(rows);
+    addInfraredRows(rows);
+    return rows;
+}
+
+const std::vector<Row>& rows() {
+    static const std::vector<Row> all = allRows();
+    return all;
+}
+
+// The number of cells: for each subject, the sum over its sites of the faults of the site's kind.
+constexpr size_t kMatrixSize = 4 * (4 + 3 + 1)    // the four proc-entry buttons
+                               + 4                  // the shared-memory reset button
+                               + (4 + 3 + 3 + 1)    // LedFace
+                               + (4 + 3 + 3 + 1)    // GreenLedFace
+                               + (4 + 3 + 3 + 3 + 1)  // LedGlow
+                               + (4 + 3 + 1)        // LedSysfs on 0xA5A0
+                               + 3                  // LedSysfs on 0xA597, second LP5012 unit
+                               + (3 * 3 + 4 + 3 + 1)  // UartcliLedFace
+                               + 4                  // LedPhy
+                               + 3;                 // LedIr on 0xA532
+
+class FaultMatrix : public ::testing::TestWithParam<Row> {};
+
+TEST_P(FaultMatrix, Case) { orva::test::matrix::runRow(GetParam()); }
+
+INSTANTIATE_TEST_SUITE_P(Cells, FaultMatrix, ::testing::ValuesIn(rows()),
+                         [](const ::testing::TestParamInfo<Row>& cell) { return rowName(cell.param); });
+
+TEST(FaultMatrixTable, EveryCellHasExactlyOneRow) {
+    using orva::test::matrix::Cell;
+    const std::set<Cell> declared = orva::test::matrix::declaredCells(subjects());
+    std::multiset<Cell> present;
+    for (const Row& row : rows()) present.emplace(row.subject, row.site, row.fault);
+    for (const Cell& cell : declared) {
+        EXPECT_EQ(present.count(cell), 1u)
+            << std::get<0>(cell) << " " << std::get<1>(cell) << " " << std::get<2>(cell);
+    }
+    for (const Cell& cell : present) {
+        EXPECT_EQ(declared.count(cell), 1u) << "row of no declared cell: " << std::get<0>(cell) << " "
+                                            << std::get<1>(cell) << " " << std::get<2>(cell);
+    }
+    size_t sites = 0;
+    for (const Subject& subject : subjects()) sites += subject.sites.size();
+    std::printf("fault matrix: %zu subjects, %zu call sites, %zu cells, %zu rows\n", subjects().size(), sites,
+                declared.size(), rows().size());
+    EXPECT_EQ(declared.size(), kMatrixSize);
+    EXPECT_EQ(rows().size(), kMatrixSize);
+}
+
+// The subjects without sites touch no file, segment, program or PHY even through a full cycle.
+TEST(FaultMatrixTable, SubjectsWithoutSitesMakeNoCall) {
+    orva::sim::SimBoard board(0xA574);
+    orva::test::LogCapture log;
+    {
+        LedPower power;
+        McuLedFace mcu;
+        ASSERT_TRUE(power.init("power"));
+        ASSERT_TRUE(mcu.init("status"));
+        EXPECT_TRUE(power.setValue(1, false));
+        EXPECT_TRUE(mcu.setValue(40, false));
+        EXPECT_TRUE(mcu.save());
+        EXPECT_TRUE(mcu.restore());
+    }
+    EXPECT_THAT(board.journal(), IsEmpty());
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+}  // namespace
