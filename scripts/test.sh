@@ -19,3 +19,8 @@ for preset in "${presets[@]}"; do
   cmake --build --preset "$preset"
   ctest --preset "$preset"
 done
+# libFuzzer targets (clang, sanitizers), natively: each replays its corpus and runs briefly.
+echo "== fuzz"
+cmake --preset fuzz
+cmake --build --preset fuzz
+ctest --preset fuzz

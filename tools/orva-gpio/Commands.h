@@ -20,6 +20,9 @@ struct Context {
 };
 
 int runLedCommand(const std::vector<std::string>& words, Context& context);
+// Reads and checks the words of a led command as runLedCommand does before it makes the face;
+// throws UsageError for what runLedCommand refuses.
+void checkLedCommand(const std::vector<std::string>& words);
 // One line per LED face: "front   front light".
 std::string ledFaceList();
 // One line per step of the led command.

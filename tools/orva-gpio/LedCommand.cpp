@@ -169,6 +169,11 @@ std::string ledVerbList() {
     return text;
 }
 
+void checkLedCommand(const std::vector<std::string>& words) {
+    if (words.size() < 2) throw UsageError{"led needs a face and a verb"};
+    (void)parseSteps(findFace(words[0]), words);
+}
+
 int runLedCommand(const std::vector<std::string>& words, Context& context) {
     if (words.size() < 2) throw UsageError{"led needs a face and a verb"};
     const FaceRow& face = findFace(words[0]);
