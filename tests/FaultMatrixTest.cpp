@@ -5,12 +5,14 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "AvLedTestSupport.h"
 #include "BoardFixture.h"
 #include "ButtonEvents.h"
 #include "FaultMatrixSupport.h"
@@ -21,6 +23,7 @@
 #include "orva/sim/Programs.h"
 #include "orva/sim/SharedMemory.h"
 #include "orva/sim/Uartcli.h"
+#include "orva_gpio_utils/CompoundLedFace.h"
 #include "orva_gpio_utils/DCCableDetector.h"
 #include "orva_gpio_utils/EnclosureDetButton.h"
 #include "orva_gpio_utils/GreenLedFace.h"
@@ -31,8 +34,10 @@
 #include "orva_gpio_utils/LedPower.h"
 #include "orva_gpio_utils/LedSysfs.h"
 #include "orva_gpio_utils/McuLedFace.h"
+#include "orva_gpio_utils/MulticolorLedFace.h"
 #include "orva_gpio_utils/ResetGPIOButtonCase.h"
 #include "orva_gpio_utils/ResetShmemButtonCase.h"
+#include "orva_gpio_utils/RgbLedFace.h"
 #include "orva_gpio_utils/RingButton.h"
 #include "orva_gpio_utils/UartcliLedFace.h"
 
@@ -851,6 +856,551 @@ void addUartcliToolRows(std::vector<Row>& rows) {
     }
 }
 
+// ---- the AV colour LED of 0xA573: white and blue channels kept open, and the AV LED files ----
+
+namespace av = orva::test::av;
+
+const std::string kAvSource = "src/CompoundLedFace";
+const std::string kWhiteChannel = "/sys/class/backlight/bogus_bus:pwm_bl@1/brightness";
+const std::string kBlueChannel = "/sys/class/backlight/bogus_bus:pwm_bl@2/brightness";
+
+Expected avWriteFailed(const std::string& function, int error, const std::string& text, int fd) {
+    return {kAvSource, function, 3, error, "Failed to write '" + text + "' to proc entry " + av::hex(fd)};
+}
+
+// Init fails at one call: the records are the face's (made from the journal) and BaseLed's, the
+// journal ends with tail, and every descriptor opened before is closed at destruction.
+void avInitFails(Context& c, const std::function<void()>& inject,
+                 const std::function<Expected(const std::vector<JournalEntry>&)>& record,
+                 const std::vector<std::string>& tail) {
+    inject();
+    errno = 0;  // what a short write or descriptor 0 leaves in the record
+    {
+        CompoundLedFace face;
+        EXPECT_FALSE(face.init("av"));
+        EXPECT_THAT(c.log.records(), ElementsAre(record(c.sandbox().journal()), kBaseLedInitFailed));
+        const std::vector<std::string> lines = av::described(c.sandbox().journal());
+        ASSERT_GE(lines.size(), tail.size());
+        EXPECT_EQ(std::vector<std::string>(lines.end() - static_cast<long>(tail.size()), lines.end()), tail);
+        c.log.clear();
+    }
+    EXPECT_THAT(c.log.records(), IsEmpty());
+}
+
+void avInitRetried(Context& c, const std::function<void()>& inject, const std::string& path, Call call,
+                   size_t tries) {
+    inject();
+    CompoundLedFace face;
+    EXPECT_TRUE(face.init("av"));
+    EXPECT_EQ(callsOn(c, path, call).size(), tries);
+    EXPECT_EQ(c.board.value(kWhiteChannel), "0");
+    EXPECT_EQ(c.board.value(av::kAvTrigger), "none");
+    EXPECT_THAT(c.log.records(), IsEmpty());
+}
+
+void addAvOpenRows(std::vector<Row>& rows, const std::string& site, const std::string& path, bool trigger) {
+    const auto openRecord = [path](int error) {
+        return [path, error](const std::vector<JournalEntry>&) {
+            return Expected{kAvSource, "initGPIO", 3, error, "Failed to open proc entry '" + path + "'"};
+        };
+    };
+    rows.push_back({"CompoundLedFace", site, "EIO", 0xA573, false, [path, openRecord](Context& c) {
+                        avInitFails(c, [&c, &path] { c.sandbox().failCalls(path, Call::Open, EIO); }, openRecord(EIO),
+                                    {av::opened(path) + " !5"});
+                    }});
+    rows.push_back({"CompoundLedFace", site, "EINTRRetried", 0xA573, false, [path](Context& c) {
+                        avInitRetried(c, [&c, &path] { c.sandbox().failCalls(path, Call::Open, EINTR, 2); }, path,
+                                      Call::Open, 3u);
+                    }});
+    rows.push_back({"CompoundLedFace", site, "DescriptorZero", 0xA573, false, [path, trigger, openRecord](Context& c) {
+                        // The trigger's descriptor is closed at once; a kept one at destruction.
+                        avInitFails(c, [&c, &path] { c.sandbox().zeroDescriptor(path); }, openRecord(0),
+                                    trigger ? std::vector<std::string>{av::opened(path) + " ->0", "close #0"}
+                                            : std::vector<std::string>{av::opened(path) + " ->0"});
+                    }});
+    rows.push_back({"CompoundLedFace", site, "MissingFile", 0xA573, false, [path, openRecord](Context& c) {
+                        avInitFails(c, [&c, &path] { c.sandbox().removeAttribute(path); }, openRecord(EACCES),
+                                    {av::opened(path) + " !13"});
+                    }});
+}
+
+void addAvInitWriteRows(std::vector<Row>& rows, const std::string& site, const std::string& path,
+                        const std::string& text, bool trigger) {
+    const auto writeRecord = [path, text](int error) {
+        return [path, text, error](const std::vector<JournalEntry>& journal) {
+            return avWriteFailed("initGPIO", error, text, av::openedFd(journal, path));
+        };
+    };
+    // The trigger is closed right after its write, whether it went through or not.
+    const std::vector<std::string> after = trigger ? std::vector<std::string>{av::closed(path)} : std::vector<std::string>{};
+    rows.push_back({"CompoundLedFace", site, "EIO", 0xA573, false, [path, text, after, writeRecord](Context& c) {
+                        std::vector<std::string> tail{av::wrote(path, text) + " !5"};
+                        tail.insert(tail.end(), after.begin(), after.end());
+                        avInitFails(c, [&c, &path] { c.sandbox().failCalls(path, Call::Write, EIO); }, writeRecord(EIO),
+                                    tail);
+                    }});
+    rows.push_back({"CompoundLedFace", site, "EINTRRetried", 0xA573, false, [path](Context& c) {
+                        avInitRetried(c, [&c, &path] { c.sandbox().failCalls(path, Call::Write, EINTR, 2); }, path,
+                                      Call::Write, 3u);
+                    }});
+    rows.push_back({"CompoundLedFace", site, "ShortWrite", 0xA573, false, [path, text, after, writeRecord](Context& c) {
+                        std::vector<std::string> tail{av::wrote(path, text) + " ->1"};
+                        tail.insert(tail.end(), after.begin(), after.end());
+                        avInitFails(c, [&c, &path] { c.sandbox().shortWrite(path, 1); }, writeRecord(0), tail);
+                    }});
+}
+
+// An initialised face at user 50 (the AV brightness file holds "1").
+struct AvFace {
+    CompoundLedFace face;
+    std::vector<JournalEntry> init;
+    explicit AvFace(Context& c) {
+        EXPECT_TRUE(face.init("av"));
+        EXPECT_TRUE(face.setValue(50, false));
+        init = c.sandbox().journal();
+        c.sandbox().clearJournal();
+        c.log.clear();
+    }
+    int fd(const std::string& path) const { return av::openedFd(init, path); }
+};
+
+void addAvOperationRows(std::vector<Row>& rows) {
+    const std::string n = "CompoundLedFace";
+    // The value's first write, the AV LED's brightness, fails: nothing further is written and the
+    // face keeps user 50.
+    const auto valueFails = [](Context& c, const std::function<void()>& inject, int error, const std::string& line) {
+        AvFace t(c);
+        ASSERT_TRUE(t.face.setValue(0, false));
+        c.sandbox().clearJournal();
+        inject();
+        errno = 0;
+        EXPECT_FALSE(t.face.setValue(50, false));
+        EXPECT_THAT(av::described(c.sandbox().journal()), ElementsAre(line));
+        EXPECT_THAT(c.log.records(), ElementsAre(avWriteFailed("writeValue", error, "1", t.fd(av::kAvBrightness)),
+                                                 Expected{"src/BaseLed", "setValue", 3, 0, "Failed to write value"}));
+        c.sandbox().clearJournal();
+        EXPECT_TRUE(t.face.setValue(0, false));  // still 0: nothing to write
+        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+    };
+    rows.push_back({n, "write_value", "EIO", 0xA573, false, [valueFails](Context& c) {
+                        valueFails(c, [&c] { c.sandbox().failCalls(av::kAvBrightness, Call::Write, EIO); }, EIO,
+                                   av::wrote(av::kAvBrightness, "1") + " !5");
+                    }});
+    rows.push_back({n, "write_value", "EINTRRetried", 0xA573, false, [](Context& c) {
+                        AvFace t(c);
+                        ASSERT_TRUE(t.face.setValue(0, false));
+                        c.sandbox().clearJournal();
+                        c.sandbox().failCalls(av::kAvBrightness, Call::Write, EINTR, 2);
+                        EXPECT_TRUE(t.face.setValue(50, false));
+                        EXPECT_THAT(av::described(c.sandbox().journal()),
+                                    ElementsAre(av::wrote(av::kAvBrightness, "1") + " !4",
+                                                av::wrote(av::kAvBrightness, "1") + " !4", av::wrote(av::kAvBrightness, "1")));
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_value", "ShortWrite", 0xA573, false, [valueFails](Context& c) {
+                        valueFails(c, [&c] { c.sandbox().shortWrite(av::kAvBrightness, 1); }, 0,
+                                   av::wrote(av::kAvBrightness, "1") + " ->1");
+                    }});
+    // The AV LED's foreground colour name: the new colours are kept, so asking again writes nothing.
+    const auto colourFails = [](Context& c, const std::function<void()>& inject, int error, const std::string& line) {
+        AvFace t(c);
+        inject();
+        errno = 0;
+        EXPECT_FALSE(t.face.setColor(BaseLed::COLOR_MAGENTA, BaseLed::COLOR_BLACK));
+        EXPECT_THAT(av::described(c.sandbox().journal()), ElementsAre(line));
+        EXPECT_THAT(c.log.records(), ElementsAre(avWriteFailed("setAvledColor", error, "magenta", t.fd(av::kAvColorFg))));
+        EXPECT_EQ(t.face.readFgColor(), BaseLed::COLOR_MAGENTA);
+        c.sandbox().clearJournal();
+        EXPECT_TRUE(t.face.setColor(BaseLed::COLOR_MAGENTA, BaseLed::COLOR_BLACK));
+        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+    };
+    rows.push_back({n, "write_colour", "EIO", 0xA573, false, [colourFails](Context& c) {
+                        colourFails(c, [&c] { c.sandbox().failCalls(av::kAvColorFg, Call::Write, EIO); }, EIO,
+                                    av::wrote(av::kAvColorFg, "magenta") + " !5");
+                    }});
+    rows.push_back({n, "write_colour", "EINTRRetried", 0xA573, false, [](Context& c) {
+                        AvFace t(c);
+                        c.sandbox().failCalls(av::kAvColorFg, Call::Write, EINTR, 2);
+                        EXPECT_TRUE(t.face.setColor(BaseLed::COLOR_MAGENTA, BaseLed::COLOR_BLACK));
+                        EXPECT_EQ(c.board.value(av::kAvColorFg), "magenta");
+                        EXPECT_EQ(callsOn(c, av::kAvColorFg, Call::Write).size(), 3u);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_colour", "ShortWrite", 0xA573, false, [colourFails](Context& c) {
+                        colourFails(c, [&c] { c.sandbox().shortWrite(av::kAvColorFg, 3); }, 0,
+                                    av::wrote(av::kAvColorFg, "magenta") + " ->3");
+                    }});
+    // readValue reads the foreground channel (blue here).
+    const auto readFails = [](Context& c, const std::function<void()>& inject, int error, int count) {
+        AvFace t(c);
+        ASSERT_TRUE(t.face.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+        c.log.clear();
+        inject();
+        errno = 0;
+        int value = -7;
+        EXPECT_FALSE(t.face.readValue(value));
+        EXPECT_EQ(value, -7);
+        EXPECT_THAT(c.log.records(),
+                    ElementsAre(Expected{kAvSource, "readValue", 3, error,
+                                         "Failed to read from proc entry " + av::hex(t.fd(kBlueChannel)) +
+                                             ", num bytes read " + std::to_string(count)}));
+    };
+    rows.push_back({n, "read", "EIO", 0xA573, false, [readFails](Context& c) {
+                        readFails(c, [&c] { c.sandbox().failCalls(kBlueChannel, Call::Read, EIO); }, EIO, -1);
+                    }});
+    rows.push_back({n, "read", "EINTRRetried", 0xA573, false, [](Context& c) {
+                        AvFace t(c);
+                        ASSERT_TRUE(t.face.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+                        c.sandbox().setValue(kBlueChannel, "17");
+                        c.sandbox().clearJournal();
+                        c.sandbox().failCalls(kBlueChannel, Call::Read, EINTR, 2);
+                        int value = -7;
+                        EXPECT_TRUE(t.face.readValue(value));
+                        EXPECT_EQ(value, 17);
+                        EXPECT_THAT(av::described(c.sandbox().journal()),
+                                    ElementsAre("read " + kBlueChannel + " !4", "read " + kBlueChannel + " !4",
+                                                "read " + kBlueChannel + " ->3"));
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "read", "EmptyRead", 0xA573, false, [readFails](Context& c) {
+                        readFails(c, [&c] { c.sandbox().emptyRead(kBlueChannel); }, 0, 0);
+                    }});
+    // A failing close does not stop the destructor: every other file is still closed.
+    rows.push_back({n, "close", "EIO", 0xA573, false, [](Context& c) {
+                        {
+                            AvFace t(c);
+                            c.sandbox().failCalls(av::kAvBrightness, Call::Close, EIO);
+                        }
+                        EXPECT_THAT(av::described(c.sandbox().journal()),
+                                    ElementsAre(av::closed(av::kAvBrightness) + " !5", av::closed(av::kAvColorFg),
+                                                av::closed(av::kAvColorBg), av::closed(kBlueChannel),
+                                                av::closed(kWhiteChannel)));
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+}
+
+void addAvRows(std::vector<Row>& rows) {
+    addAvOpenRows(rows, "open_channel", kWhiteChannel, false);
+    addAvOpenRows(rows, "open_trigger", av::kAvTrigger, true);
+    addAvInitWriteRows(rows, "write_dark", kWhiteChannel, "0", false);
+    addAvInitWriteRows(rows, "write_trigger", av::kAvTrigger, "none", true);
+    addAvOperationRows(rows);
+}
+
+// ---- generic sites of faces that keep their files open ----
+
+using FaceFactory = std::function<std::unique_ptr<BaseLed>()>;
+
+// Init of a face fails at one call: the records are record(journal) and BaseLed's, the journal
+// ends with tail, and the destructor adds no record.
+void initFails(Context& c, const FaceFactory& make, const std::function<void()>& inject,
+               const std::function<std::vector<Expected>(const std::vector<JournalEntry>&)>& records,
+               const std::vector<std::string>& tail) {
+    inject();
+    errno = 0;  // what a short write or descriptor 0 leaves in the record
+    {
+        std::unique_ptr<BaseLed> face = make();
+        EXPECT_FALSE(face->init("led"));
+        std::vector<Expected> expected = records(c.sandbox().journal());
+        expected.push_back(kBaseLedInitFailed);
+        EXPECT_THAT(c.log.records(), ::testing::ElementsAreArray(expected));
+        const std::vector<std::string> lines = av::described(c.sandbox().journal());
+        ASSERT_GE(lines.size(), tail.size());
+        EXPECT_EQ(std::vector<std::string>(lines.end() - static_cast<long>(tail.size()), lines.end()), tail);
+        c.log.clear();
+    }
+    EXPECT_THAT(c.log.records(), IsEmpty());
+}
+
+// The open of path at init fails; the descriptor 0 of a kept file is closed at destruction, that of
+// a file only used during init at once (closedAtOnce).
+void addInitOpenRows(std::vector<Row>& rows, const std::string& subject, const std::string& site, uint32_t sysid,
+                     bool fresh, const FaceFactory& make, const std::string& path, const std::string& source,
+                     bool errnoInRecord, bool closedAtOnce, const std::vector<std::string>& after = {},
+                     const std::vector<Expected>& before = {}) {
+    const auto record = [path, source, errnoInRecord, before](int error) {
+        return [path, source, errnoInRecord, before, error](const std::vector<JournalEntry>&) {
+            std::vector<Expected> expected = before;
+            expected.push_back({source, "initGPIO", 3, errnoInRecord ? error : 0, "Failed to open proc entry '" + path + "'"});
+            return expected;
+        };
+    };
+    rows.push_back({subject, site, "EIO", sysid, fresh, [=](Context& c) {
+                        std::vector<std::string> tail{av::opened(path) + " !5"};
+                        tail.insert(tail.end(), after.begin(), after.end());
+                        initFails(c, make, [&c, &path] { c.sandbox().failCalls(path, Call::Open, EIO); }, record(EIO),
+                                  tail);
+                    }});
+    rows.push_back({subject, site, "EINTRRetried", sysid, fresh, [=](Context& c) {
+                        c.sandbox().failCalls(path, Call::Open, EINTR, 2);
+                        std::unique_ptr<BaseLed> face = make();
+                        EXPECT_TRUE(face->init("led"));
+                        const auto opens = callsOn(c, path, Call::Open);
+                        ASSERT_EQ(opens.size(), 3u);
+                        EXPECT_EQ(opens[1].error, EINTR);
+                        EXPECT_GT(opens[2].result, 0);
+                        std::vector<Expected> expected = before;
+                        EXPECT_THAT(c.log.records(), ::testing::ElementsAreArray(expected));
+                    }});
+    rows.push_back({subject, site, "DescriptorZero", sysid, fresh, [=](Context& c) {
+                        std::vector<std::string> tail{av::opened(path) + " ->0"};
+                        if (closedAtOnce) tail.push_back("close #0");
+                        tail.insert(tail.end(), after.begin(), after.end());
+                        initFails(c, make, [&c, &path] { c.sandbox().zeroDescriptor(path); }, record(0), tail);
+                    }});
+    rows.push_back({subject, site, "MissingFile", sysid, fresh, [=](Context& c) {
+                        std::vector<std::string> tail{av::opened(path) + " !13"};
+                        tail.insert(tail.end(), after.begin(), after.end());
+                        initFails(c, make, [&c, &path] { c.sandbox().removeAttribute(path); }, record(EACCES), tail);
+                    }});
+}
+
+// One write site of an initialised face. act makes the write of text to path; on failure the face
+// logs record(fd) at function, then extra records follow; kept() checks the state after the failure.
+struct WriteSite {
+    std::string subject;
+    std::string site;
+    uint32_t sysid;
+    bool fresh;
+    FaceFactory make;
+    std::function<void(BaseLed&)> prepare;  // after init
+    std::string path;
+    std::string source;
+    std::string function;
+    std::string text;
+    std::function<bool(BaseLed&)> act;
+    std::vector<Expected> extra;
+    std::function<void(Context&, BaseLed&)> kept;
+};
+
+void addWriteSiteRows(std::vector<Row>& rows, const WriteSite& w) {
+    const auto fails = [w](Context& c, const std::function<void()>& inject, int error, const std::string& line,
+                           const std::string& fileAfter) {
+        std::unique_ptr<BaseLed> face = w.make();
+        ASSERT_TRUE(face->init("led"));
+        if (w.prepare) w.prepare(*face);
+        const int fd = openedFd(c, w.path);
+        const std::string before = c.board.value(w.path);
+        c.sandbox().clearJournal();
+        c.log.clear();
+        inject();
+        errno = 0;  // a short write sets no errno
+        EXPECT_FALSE(w.act(*face));
+        std::vector<Expected> expected{
+            {w.source, w.function, 3, error, "Failed to write '" + w.text + "' to proc entry " + hex(fd)}};
+        expected.insert(expected.end(), w.extra.begin(), w.extra.end());
+        EXPECT_THAT(c.log.records(), ::testing::ElementsAreArray(expected));
+        EXPECT_EQ(av::described(c.sandbox().journal()).back(), line);
+        EXPECT_EQ(c.board.value(w.path), fileAfter.empty() ? before : fileAfter);
+        c.sandbox().clearJournal();
+        c.log.clear();
+        if (w.kept) w.kept(c, *face);
+    };
+    rows.push_back({w.subject, w.site, "EIO", w.sysid, w.fresh, [w, fails](Context& c) {
+                        fails(c, [&c, &w] { c.sandbox().failCalls(w.path, Call::Write, EIO); }, EIO,
+                              av::wrote(w.path, w.text) + " !5", "");
+                    }});
+    rows.push_back({w.subject, w.site, "EINTRRetried", w.sysid, w.fresh, [w](Context& c) {
+                        std::unique_ptr<BaseLed> face = w.make();
+                        ASSERT_TRUE(face->init("led"));
+                        if (w.prepare) w.prepare(*face);
+                        c.sandbox().clearJournal();
+                        c.log.clear();
+                        c.sandbox().failCalls(w.path, Call::Write, EINTR, 2);
+                        EXPECT_TRUE(w.act(*face));
+                        const auto writes = callsOn(c, w.path, Call::Write);
+                        ASSERT_GE(writes.size(), 3u);
+                        EXPECT_EQ(writes[0].error, EINTR);
+                        EXPECT_EQ(writes[1].error, EINTR);
+                        EXPECT_EQ(writes[2].bytes, orva::test::withNul(w.text));
+                        EXPECT_EQ(c.board.value(w.path), w.text);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({w.subject, w.site, "ShortWrite", w.sysid, w.fresh, [w, fails](Context& c) {
+                        fails(c, [&c, &w] { c.sandbox().shortWrite(w.path, 1); }, 0, av::wrote(w.path, w.text) + " ->1",
+                              w.text.substr(0, 1));
+                    }});
+}
+
+// A failing close of path in the destructor: no record, and every other file is still closed.
+void addCloseRow(std::vector<Row>& rows, const std::string& subject, uint32_t sysid, bool fresh,
+                 const FaceFactory& make, const std::string& path, size_t closes) {
+    rows.push_back({subject, "close", "EIO", sysid, fresh, [=](Context& c) {
+                        {
+                            std::unique_ptr<BaseLed> face = make();
+                            ASSERT_TRUE(face->init("led"));
+                            c.sandbox().failCalls(path, Call::Close, EIO);
+                            c.sandbox().clearJournal();
+                            c.log.clear();
+                        }
+                        const auto closed = callsOn(c, path, Call::Close);
+                        ASSERT_EQ(closed.size(), 1u);
+                        EXPECT_EQ(closed[0].error, EIO);
+                        EXPECT_EQ(orva::test::calls(c.sandbox().journal(), Call::Close).size(), closes);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+}
+
+// ---- the front RGB LED of 0xA563, with animations ----
+
+void addRgbRows(std::vector<Row>& rows) {
+    const std::string n = "RgbLedFace";
+    const std::string source = "src/RgbLedFace";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new RgbLedFace()); };
+    addInitOpenRows(rows, n, "open_brightness", 0xA563, false, make, av::kAvBrightness, source, false, false);
+    addInitOpenRows(rows, n, "open_trigger", 0xA563, false, make, av::kAvTrigger, source, false, true);
+    // The animation files are opened while the trigger is: it is closed before init fails.
+    addInitOpenRows(rows, n, "open_animtrigger", 0xA563, false, make, av::kAnimTrigger, source, false, false,
+                    {av::closed(av::kAvTrigger)});
+    // The trigger write at init: the trigger is closed whatever happened.
+    const auto triggerRecord = [source](int error) {
+        return [source, error](const std::vector<JournalEntry>& journal) {
+            return std::vector<Expected>{{source, "initGPIO", 3, error,
+                                          "Failed to write 'none' to proc entry " + av::hex(av::openedFd(journal, av::kAvTrigger))}};
+        };
+    };
+    rows.push_back({n, "write_trigger", "EIO", 0xA563, false, [=](Context& c) {
+                        initFails(c, make, [&c] { c.sandbox().failCalls(av::kAvTrigger, Call::Write, EIO); },
+                                  triggerRecord(EIO), {av::wrote(av::kAvTrigger, "none") + " !5", av::closed(av::kAvTrigger)});
+                    }});
+    rows.push_back({n, "write_trigger", "EINTRRetried", 0xA563, false, [=](Context& c) {
+                        c.sandbox().failCalls(av::kAvTrigger, Call::Write, EINTR, 2);
+                        std::unique_ptr<BaseLed> face = make();
+                        EXPECT_TRUE(face->init("led"));
+                        EXPECT_EQ(callsOn(c, av::kAvTrigger, Call::Write).size(), 3u);
+                        EXPECT_EQ(c.board.value(av::kAvTrigger), "none");
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_trigger", "ShortWrite", 0xA563, false, [=](Context& c) {
+                        initFails(c, make, [&c] { c.sandbox().shortWrite(av::kAvTrigger, 1); }, triggerRecord(0),
+                                  {av::wrote(av::kAvTrigger, "none") + " ->1", av::closed(av::kAvTrigger)});
+                    }});
+    // The value: "1" for on; BaseLed keeps the old value, so off again writes nothing.
+    addWriteSiteRows(rows, {n, "write_value", 0xA563, false, make,
+                            [](BaseLed& led) { ASSERT_TRUE(led.setValue(0, false)); }, av::kAvBrightness, source,
+                            "writeValue", "1", [](BaseLed& led) { return led.setValue(100, false); },
+                            {kBaseLedWriteFailed}, [](Context& c, BaseLed& led) {
+                                EXPECT_TRUE(led.setValue(0, false));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    // The foreground colour name: the new colour is kept, so asking again writes nothing.
+    addWriteSiteRows(rows, {n, "write_colour", 0xA563, false, make, nullptr, av::kAvColorFg, source, "setColor", "green",
+                            [](BaseLed& led) { return led.setColor(BaseLed::COLOR_GREEN, BaseLed::COLOR_BLACK); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_EQ(led.readFgColor(), BaseLed::COLOR_GREEN);
+                                EXPECT_TRUE(led.setColor(BaseLed::COLOR_GREEN, BaseLed::COLOR_BLACK));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    addWriteSiteRows(rows, {n, "write_animcolour", 0xA563, false, make, nullptr, av::kAnimColorFg, source,
+                            "setAnimColor", "red",
+                            [](BaseLed& led) { return led.setAnimColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_EQ(led.readFgAnimColor(), BaseLed::COLOR_RED);
+                                EXPECT_TRUE(led.setAnimColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    addWriteSiteRows(rows, {n, "write_animdensity", 0xA563, false, make, nullptr, av::kAnimDensity, source,
+                            "setAnimDensity", "9", [](BaseLed& led) { return led.setAnimDensity(9); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_EQ(led.readAnimDensity(), 9);
+                                EXPECT_TRUE(led.setAnimDensity(9));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    addWriteSiteRows(rows, {n, "write_animstep", 0xA563, false, make, nullptr, av::kAnimTrigger, source, "setAnimStep",
+                            "step_cw", [](BaseLed& led) { return led.setAnimStep(5); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_EQ(led.readAnimStep(), 5);
+                                EXPECT_TRUE(led.setAnimStep(5));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    // readValue reads the brightness file.
+    const auto readFails = [source, make](Context& c, const std::function<void()>& inject, int error, int count) {
+        std::unique_ptr<BaseLed> face = make();
+        ASSERT_TRUE(face->init("led"));
+        const int fd = openedFd(c, av::kAvBrightness);
+        inject();
+        errno = 0;
+        int value = -7;
+        EXPECT_FALSE(face->readValue(value));
+        EXPECT_EQ(value, -7);
+        EXPECT_THAT(c.log.records(), ElementsAre(Expected{source, "readValue", 3, error,
+                                                          "Failed to read from proc entry " + hex(fd) +
+                                                              ", num bytes read " + std::to_string(count)}));
+    };
+    rows.push_back({n, "read", "EIO", 0xA563, false, [readFails](Context& c) {
+                        readFails(c, [&c] { c.sandbox().failCalls(av::kAvBrightness, Call::Read, EIO); }, EIO, -1);
+                    }});
+    rows.push_back({n, "read", "EINTRRetried", 0xA563, false, [make](Context& c) {
+                        std::unique_ptr<BaseLed> face = make();
+                        ASSERT_TRUE(face->init("led"));
+                        c.sandbox().setValue(av::kAvBrightness, "1");
+                        c.sandbox().failCalls(av::kAvBrightness, Call::Read, EINTR, 2);
+                        int value = -7;
+                        EXPECT_TRUE(face->readValue(value));
+                        EXPECT_EQ(value, 1);
+                        EXPECT_EQ(callsOn(c, av::kAvBrightness, Call::Read).size(), 3u);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "read", "EmptyRead", 0xA563, false, [readFails](Context& c) {
+                        readFails(c, [&c] { c.sandbox().emptyRead(av::kAvBrightness); }, 0, 0);
+                    }});
+    addCloseRow(rows, n, 0xA563, false, make, av::kAvColorFg, 7u);
+}
+
+// ---- the status ring of 0xA5B0 on the multicolour LED class: 10 colour and 10 white LEDs ----
+
+std::string multicolour(const char* device, int index, const char* file) {
+    return std::string("/sys/class/leds/multicolor:") + device + (index == 0 ? std::string() : "_" + std::to_string(index)) +
+           "/" + file;
+}
+
+void addMulticolourRows(std::vector<Row>& rows) {
+    const std::string n = "MulticolorLedFace";
+    const std::string source = "src/MulticolorLedFace";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new MulticolorLedFace()); };
+    const Expected info{source, "initGPIO", 6, 0,
+                        "maxNumLed[10] maxNumWledModule[4] isRgbGroup[0] maxNumRgbGroup[0] maxIteration[10]"};
+    const std::string firstIntensity = multicolour("status", 0, "multi_intensity");
+    const std::string lastBrightness = multicolour("indicator", 9, "brightness");
+    // An open that yields descriptor 0 is a failure, and the face closes that descriptor at once.
+    addInitOpenRows(rows, n, "open", 0xA5B0, false, make, firstIntensity, source, false, true, {}, {info});
+    // Init sets every brightness to full scale; a failed write fails the init.
+    const auto brightnessRecord = [source, info, lastBrightness](int error) {
+        return [source, info, lastBrightness, error](const std::vector<JournalEntry>& journal) {
+            return std::vector<Expected>{info, {source, "initGPIO", 3, error,
+                                                "Failed to write '255' to proc entry " +
+                                                    av::hex(av::openedFd(journal, lastBrightness))}};
+        };
+    };
+    rows.push_back({n, "write_brightness", "EIO", 0xA5B0, false, [=](Context& c) {
+                        initFails(c, make, [&c, &lastBrightness] { c.sandbox().failCalls(lastBrightness, Call::Write, EIO); },
+                                  brightnessRecord(EIO), {av::wrote(lastBrightness, "255") + " !5"});
+                    }});
+    rows.push_back({n, "write_brightness", "EINTRRetried", 0xA5B0, false, [=](Context& c) {
+                        c.sandbox().failCalls(lastBrightness, Call::Write, EINTR, 2);
+                        std::unique_ptr<BaseLed> face = make();
+                        EXPECT_TRUE(face->init("led"));
+                        EXPECT_EQ(callsOn(c, lastBrightness, Call::Write).size(), 3u);
+                        EXPECT_EQ(c.board.value(lastBrightness), "255");
+                        EXPECT_THAT(c.log.records(), ElementsAre(info));
+                    }});
+    rows.push_back({n, "write_brightness", "ShortWrite", 0xA5B0, false, [=](Context& c) {
+                        initFails(c, make, [&c, &lastBrightness] { c.sandbox().shortWrite(lastBrightness, 1); },
+                                  brightnessRecord(0), {av::wrote(lastBrightness, "255") + " ->1"});
+                    }});
+    // Drawing a value: the first node of the ring fails; the face took the value all the same, so
+    // the same value again draws nothing.
+    addWriteSiteRows(rows, {n, "write_intensity", 0xA5B0, false, make,
+                            [](BaseLed& led) { ASSERT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK)); },
+                            firstIntensity, source, "update", "0 255 0",
+                            [](BaseLed& led) { return led.setValue(100, false); }, {kBaseLedWriteFailed},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_TRUE(led.setValue(100, false));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    addCloseRow(rows, n, 0xA5B0, false, make, firstIntensity, 40u);
+}
+
 // ---- the status LED on the Ethernet PHY ----
 
 constexpr unsigned kPhyRegister = 0x11;
@@ -965,6 +1515,12 @@ const std::vector<Subject>& subjects() {
         {"LedSysfsA5A0", {"open", "write", "close"}},
         {"LedSysfsA597", {"read_secondunit"}},
         {"UartcliLedFace", {"exec_takecontrol", "exec_releasecontrol", "exec_setcolour", "open", "write", "close"}},
+        {"CompoundLedFace",
+         {"open_channel", "open_trigger", "write_dark", "write_trigger", "write_value", "write_colour", "read", "close"}},
+        {"RgbLedFace",
+         {"open_brightness", "open_trigger", "open_animtrigger", "write_trigger", "write_value", "write_colour",
+          "write_animcolour", "write_animdensity", "write_animstep", "read", "close"}},
+        {"MulticolorLedFace", {"open", "write_brightness", "write_intensity", "close"}},
         {"LedPower", {}},
         {"McuLedFace", {}},
         {"LedPhy", {"mdioinit", "mdioread", "mdioread_save", "mdiowrite"}},
@@ -989,6 +1545,9 @@ std::vector<Row> allRows() {
     addLp5012ReadRows(rows);
     addPerWriteRows<UartcliLedFace>(rows, kUartcliWhite);
     addUartcliToolRows(rows);
+    addAvRows(rows);
+    addRgbRows(rows);
+    addMulticolourRows(rows);
     addPhyRows(rows);
     addInfraredRows(rows);
     return rows;
@@ -1008,6 +1567,9 @@ constexpr size_t kMatrixSize = 4 * (4 + 3 + 1)    // the four proc-entry buttons
                                + (4 + 3 + 1)        // LedSysfs on 0xA5A0
                                + 3                  // LedSysfs on 0xA597, second LP5012 unit
                                + (3 * 3 + 4 + 3 + 1)  // UartcliLedFace
+                               + (4 + 4 + 3 + 3 + 3 + 3 + 3 + 1)  // CompoundLedFace
+                               + (3 * 4 + 6 * 3 + 3 + 1)  // RgbLedFace
+                               + (4 + 3 + 3 + 1)    // MulticolorLedFace
                                + 4                  // LedPhy
                                + 3;                 // LedIr on 0xA532
 
