@@ -7,10 +7,14 @@
 
 namespace {
 size_t allocations = 0;
+long liveBlocks = 0;
 
 void* allocate(std::size_t size) {
     ++allocations;
-    if (void* block = std::malloc(size == 0 ? 1 : size)) return block;
+    if (void* block = std::malloc(size == 0 ? 1 : size)) {
+        ++liveBlocks;
+        return block;
+    }
     throw std::bad_alloc();
 }
 
@@ -18,13 +22,23 @@ void* allocateAligned(std::size_t size, std::align_val_t alignment) {
     ++allocations;
     const std::size_t align = static_cast<std::size_t>(alignment);
     const std::size_t rounded = ((size == 0 ? 1 : size) + align - 1) / align * align;
-    if (void* block = std::aligned_alloc(align, rounded)) return block;
+    if (void* block = std::aligned_alloc(align, rounded)) {
+        ++liveBlocks;
+        return block;
+    }
     throw std::bad_alloc();
+}
+// Every form of operator delete ends here; some forms know no size, so only the block is counted.
+void deallocate(void* block) noexcept {
+    if (block == nullptr) return;
+    --liveBlocks;
+    std::free(block);
 }
 }  // namespace
 
 namespace orva::test {
 size_t allocationCount() { return allocations; }
+long liveBlockCount() { return liveBlocks; }
 }  // namespace orva::test
 
 void* operator new(std::size_t size) { return allocate(size); }
@@ -45,11 +59,11 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
 }
 void* operator new(std::size_t size, std::align_val_t alignment) { return allocateAligned(size, alignment); }
 void* operator new[](std::size_t size, std::align_val_t alignment) { return allocateAligned(size, alignment); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::align_val_t) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
+void operator delete(void* block) noexcept { deallocate(block); }
+void operator delete[](void* block) noexcept { deallocate(block); }
+void operator delete(void* block, std::size_t) noexcept { deallocate(block); }
+void operator delete[](void* block, std::size_t) noexcept { deallocate(block); }
+void operator delete(void* block, std::align_val_t) noexcept { deallocate(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { deallocate(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { deallocate(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { deallocate(block); }

@@ -9,6 +9,10 @@ namespace orva::test {
 // Allocations made through operator new (every form) since the process started.
 size_t allocationCount();
 
+// Blocks allocated through operator new (every form) and not yet given back through operator delete:
+// allocations minus deallocations of non-null pointers.
+long liveBlockCount();
+
 // Allocations made while an object of this class is alive: the steady-state cost of an operation.
 class AllocationScope {
 public:
