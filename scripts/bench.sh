@@ -33,7 +33,7 @@ inside='
 set -eu
 mount -t tmpfs orva-bench /sys/class
 mount -t tmpfs orva-bench /sys/bus
-mkdir "$OUT/proc"
+mkdir -p "$OUT/proc"
 mount --bind /proc "$OUT/proc"
 mount -t tmpfs orva-bench /proc
 for entry in "$OUT"/proc/*; do
@@ -79,7 +79,7 @@ for run in range(1, runs + 1):
         counts[name] = (b.get("syscalls", 0), b.get("allocs", 0))
     per_run.append(({n: statistics.median(t) for n, t in times.items()}, counts))
 print(f"{'operation':34} {'ns/call':>9} {'ratio':>7} {'syscalls':>9} {'allocs':>7}")
-for name in order:
+for name in sorted(order):
     ns = statistics.median(r[0][name] for r in per_run if name in r[0])
     minimum = name + "/minimum"
     ratios = [r[0][name] / r[0][minimum] for r in per_run if name in r[0] and minimum in r[0]]
