@@ -27,6 +27,7 @@
 #include "orva_gpio_utils/DCCableDetector.h"
 #include "orva_gpio_utils/EnclosureDetButton.h"
 #include "orva_gpio_utils/GreenLedFace.h"
+#include "orva_gpio_utils/Ktd2061LedFace.h"
 #include "orva_gpio_utils/LedFace.h"
 #include "orva_gpio_utils/LedGlow.h"
 #include "orva_gpio_utils/LedIr.h"
@@ -1117,7 +1118,7 @@ void initFails(Context& c, const FaceFactory& make, const std::function<void()>&
 void addInitOpenRows(std::vector<Row>& rows, const std::string& subject, const std::string& site, uint32_t sysid,
                      bool fresh, const FaceFactory& make, const std::string& path, const std::string& source,
                      bool errnoInRecord, bool closedAtOnce, const std::vector<std::string>& after = {},
-                     const std::vector<Expected>& before = {}) {
+                     const std::vector<Expected>& before = {}, const std::vector<Expected>& onSuccess = {}) {
     const auto record = [path, source, errnoInRecord, before](int error) {
         return [path, source, errnoInRecord, before, error](const std::vector<JournalEntry>&) {
             std::vector<Expected> expected = before;
@@ -1140,6 +1141,7 @@ void addInitOpenRows(std::vector<Row>& rows, const std::string& subject, const s
                         EXPECT_EQ(opens[1].error, EINTR);
                         EXPECT_GT(opens[2].result, 0);
                         std::vector<Expected> expected = before;
+                        expected.insert(expected.end(), onSuccess.begin(), onSuccess.end());
                         EXPECT_THAT(c.log.records(), ::testing::ElementsAreArray(expected));
                     }});
     rows.push_back({subject, site, "DescriptorZero", sysid, fresh, [=](Context& c) {
@@ -1401,6 +1403,160 @@ void addMulticolourRows(std::vector<Row>& rows) {
     addCloseRow(rows, n, 0xA5B0, false, make, firstIntensity, 40u);
 }
 
+// ---- the infrared light of 0xA533 on one backlight file (process-wide parts: a child each) ----
+
+const std::string kIrBacklight = "/sys/class/backlight/0.pwm_bl/brightness";
+
+void addInfraredFileRows(std::vector<Row>& rows) {
+    const std::string n = "LedIrA533";
+    const std::string source = "src/LedIr";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new LedIr()); };
+    const Expected range{source, "initGPIO", 6, 0, "IR led range is [0 99], step 1"};
+    addInitOpenRows(rows, n, "open", 0xA533, true, make, kIrBacklight, source, false, false, {}, {}, {range});
+    // Init reads the light's current value: a failed read fails the init.
+    const auto readRecords = [source, range](int error, int count) {
+        return [source, range, error, count](const std::vector<JournalEntry>& journal) {
+            return std::vector<Expected>{range, {source, "readValue", 3, error,
+                                                 "Failed to read from proc entry " +
+                                                     av::hex(av::openedFd(journal, kIrBacklight)) + ", num bytes read " +
+                                                     std::to_string(count)}};
+        };
+    };
+    rows.push_back({n, "read_init", "EIO", 0xA533, true, [=](Context& c) {
+                        initFails(c, make, [&c] { c.sandbox().failCalls(kIrBacklight, Call::Read, EIO); },
+                                  readRecords(EIO, -1), {"read " + kIrBacklight + " !5"});
+                    }});
+    rows.push_back({n, "read_init", "EINTRRetried", 0xA533, true, [=](Context& c) {
+                        c.sandbox().setValue(kIrBacklight, "33");
+                        c.sandbox().failCalls(kIrBacklight, Call::Read, EINTR, 2);
+                        LedIr led;
+                        EXPECT_TRUE(led.init("ir"));
+                        EXPECT_EQ(callsOn(c, kIrBacklight, Call::Read).size(), 3u);
+                        EXPECT_EQ(callsOn(c, kIrBacklight, Call::Read).back().bytes, "33\n");
+                        EXPECT_THAT(c.log.records(), ElementsAre(range));
+                    }});
+    rows.push_back({n, "read_init", "EmptyRead", 0xA533, true, [=](Context& c) {
+                        initFails(c, make, [&c] { c.sandbox().emptyRead(kIrBacklight); }, readRecords(0, 0),
+                                  {"read " + kIrBacklight + " ->0"});
+                    }});
+    // A value: user 20 is 19, 40 is 39; a failed write keeps 20.
+    addWriteSiteRows(rows, {n, "write", 0xA533, true, make,
+                            [](BaseLed& led) { ASSERT_TRUE(led.setValue(20, false)); }, kIrBacklight, source,
+                            "writeValue", "39", [](BaseLed& led) { return led.setValue(40, false); },
+                            {kBaseLedWriteFailed}, [](Context& c, BaseLed& led) {
+                                EXPECT_TRUE(led.setValue(20, false));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    // readValue reads the selected path and leaves the argument alone when it fails.
+    const auto readFails = [source](Context& c, const std::function<void()>& inject, int error, int count) {
+        LedIr led;
+        ASSERT_TRUE(led.init("ir"));
+        const int fd = openedFd(c, kIrBacklight);
+        c.log.clear();
+        inject();
+        errno = 0;
+        int value = -7;
+        EXPECT_FALSE(led.readValue(value));
+        EXPECT_EQ(value, -7);
+        EXPECT_THAT(c.log.records(), ElementsAre(Expected{source, "readValue", 3, error,
+                                                          "Failed to read from proc entry " + hex(fd) +
+                                                              ", num bytes read " + std::to_string(count)}));
+    };
+    rows.push_back({n, "read", "EIO", 0xA533, true, [readFails](Context& c) {
+                        readFails(c, [&c] { c.sandbox().failCalls(kIrBacklight, Call::Read, EIO); }, EIO, -1);
+                    }});
+    rows.push_back({n, "read", "EINTRRetried", 0xA533, true, [range](Context& c) {
+                        LedIr led;
+                        ASSERT_TRUE(led.init("ir"));
+                        c.sandbox().setValue(kIrBacklight, " 57 ");
+                        c.sandbox().clearJournal();
+                        c.sandbox().failCalls(kIrBacklight, Call::Read, EINTR, 2);
+                        int value = -7;
+                        EXPECT_TRUE(led.readValue(value));
+                        EXPECT_EQ(value, 57);
+                        EXPECT_EQ(callsOn(c, kIrBacklight, Call::Read).size(), 3u);
+                        EXPECT_THAT(c.log.records(), ElementsAre(range));
+                    }});
+    rows.push_back({n, "read", "EmptyRead", 0xA533, true, [readFails](Context& c) {
+                        readFails(c, [&c] { c.sandbox().emptyRead(kIrBacklight); }, 0, 0);
+                    }});
+    addCloseRow(rows, n, 0xA533, true, make, kIrBacklight, 1u);
+}
+
+// ---- the KTD20xx ring: its node table and descriptors are process-wide and never closed ----
+
+const std::string kKtdSource = "src/Ktd2061LedFace";
+
+void addKtdRows(std::vector<Row>& rows) {
+    const std::string n = "Ktd2061LedFace";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new Ktd2061LedFace()); };
+    const size_t first = rows.size();
+    // An open in the middle of 0xA598's table (the 13th of 18 nodes): init stops there and the twelve
+    // nodes opened before stay open with the table.
+    const std::string b2 = "/sys/class/leds/ktd2061/B2";
+    const auto openFails = [make, b2](Context& c, const std::function<void()>& inject, int error, long long result) {
+        inject();
+        errno = 0;
+        {
+            std::unique_ptr<BaseLed> face = make();
+            EXPECT_FALSE(face->init("ring"));
+            const auto opens = orva::test::calls(c.sandbox().journal(), Call::Open);
+            ASSERT_EQ(opens.size(), 13u);
+            EXPECT_EQ(opens.back().path, b2);
+            EXPECT_EQ(opens.back().result, result);
+            // Descriptor 0 counts as a failed open, but the face opened it: it is closed at once.
+            EXPECT_EQ(orva::test::calls(c.sandbox().journal(), Call::Close).size(), result == 0 ? 1u : 0u);
+            EXPECT_THAT(orva::test::calls(c.sandbox().journal(), Call::Write), IsEmpty());
+            const auto& records = c.log.records();
+            ASSERT_EQ(records.size(), 2u + 12u + 2u);  // the node dump up to the failing node
+            EXPECT_EQ(records[records.size() - 2],
+                      (Expected{kKtdSource, "initSysfs", 3, error, "Failed to open proc entry '" + b2 + "'"}));
+            EXPECT_EQ(records.back(), kBaseLedInitFailed);
+        }
+    };
+    rows.push_back({n, "open", "EIO", 0xA598, true, [openFails, b2](Context& c) {
+                        openFails(c, [&c, &b2] { c.sandbox().failCalls(b2, Call::Open, EIO); }, EIO, -1);
+                    }, 12});
+    rows.push_back({n, "open", "EINTRRetried", 0xA598, true, [make, b2](Context& c) {
+                        c.sandbox().failCalls(b2, Call::Open, EINTR, 2);
+                        std::unique_ptr<BaseLed> face = make();
+                        EXPECT_TRUE(face->init("ring"));
+                        EXPECT_EQ(callsOn(c, b2, Call::Open).size(), 3u);
+                        EXPECT_EQ(orva::test::calls(c.sandbox().journal(), Call::Open).size(), 20u);
+                        // Only the information and debug lines of the node dump: no error, no warning.
+                        ASSERT_EQ(c.log.records().size(), 2u + 18u);
+                        for (const auto& record : c.log.records()) EXPECT_GE(record.level, 6) << record.text;
+                    }, 18});
+    rows.push_back({n, "open", "DescriptorZero", 0xA598, true, [openFails, b2](Context& c) {
+                        openFails(c, [&c, &b2] { c.sandbox().zeroDescriptor(b2); }, 0, 0);
+                    }, 12});
+    rows.push_back({n, "open", "MissingFile", 0xA598, true, [openFails, b2](Context& c) {
+                        openFails(c, [&c, &b2] { c.sandbox().removeAttribute(b2); }, EACCES, -1);
+                    }, 12});
+    // Red at full value on 0xA598: the fourth write of the update, a pattern node, fails. The last
+    // value was taken before the write, so the same value again has nothing to do.
+    const auto sameValueWritesNothing = [](Context& c, BaseLed& led) {
+        EXPECT_TRUE(led.setValue(100, false));
+        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+    };
+    addWriteSiteRows(rows, {n, "write_pattern", 0xA598, true, make,
+                            [](BaseLed& led) { ASSERT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK)); },
+                            "/sys/class/leds/ktd2061/C4", kKtdSource, "update", "100",
+                            [](BaseLed& led) { return led.setValue(100, false); }, {kBaseLedWriteFailed},
+                            sameValueWritesNothing});
+    // White on 0xA5A6: the KTD2052's mode node is switched on after the update; its failure is
+    // reported by refreshMode and by update.
+    addWriteSiteRows(rows, {n, "write_mode", 0xA5A6, true, make,
+                            [](BaseLed& led) { ASSERT_TRUE(led.setColor(BaseLed::COLOR_WHITE, BaseLed::COLOR_BLACK)); },
+                            "/sys/class/leds/ktd2052/mode", kKtdSource, "refreshMode", "2",
+                            [](BaseLed& led) { return led.setValue(100, false); },
+                            {Expected{kKtdSource, "update", 3, 0, "Could not set mode for led WLED"}, kBaseLedWriteFailed},
+                            sameValueWritesNothing});
+    for (size_t i = first; i < rows.size(); ++i) {
+        if (rows[i].keptOpen == 0) rows[i].keptOpen = rows[i].sysid == 0xA598 ? 18 : 19;
+    }
+}
+
 // ---- the status LED on the Ethernet PHY ----
 
 constexpr unsigned kPhyRegister = 0x11;
@@ -1521,10 +1677,12 @@ const std::vector<Subject>& subjects() {
          {"open_brightness", "open_trigger", "open_animtrigger", "write_trigger", "write_value", "write_colour",
           "write_animcolour", "write_animdensity", "write_animstep", "read", "close"}},
         {"MulticolorLedFace", {"open", "write_brightness", "write_intensity", "close"}},
+        {"Ktd2061LedFace", {"open", "write_pattern", "write_mode"}},
         {"LedPower", {}},
         {"McuLedFace", {}},
         {"LedPhy", {"mdioinit", "mdioread", "mdioread_save", "mdiowrite"}},
         {"LedIrA532", {"exec"}},
+        {"LedIrA533", {"open", "read_init", "write", "read", "close"}},
     };
     return all;
 }
@@ -1548,8 +1706,10 @@ std::vector<Row> allRows() {
     addAvRows(rows);
     addRgbRows(rows);
     addMulticolourRows(rows);
+    addKtdRows(rows);
     addPhyRows(rows);
     addInfraredRows(rows);
+    addInfraredFileRows(rows);
     return rows;
 }
 
@@ -1570,8 +1730,10 @@ constexpr size_t kMatrixSize = 4 * (4 + 3 + 1)    // the four proc-entry buttons
                                + (4 + 4 + 3 + 3 + 3 + 3 + 3 + 1)  // CompoundLedFace
                                + (3 * 4 + 6 * 3 + 3 + 1)  // RgbLedFace
                                + (4 + 3 + 3 + 1)    // MulticolorLedFace
+                               + (4 + 3 + 3)        // Ktd2061LedFace
                                + 4                  // LedPhy
-                               + 3;                 // LedIr on 0xA532
+                               + 3                  // LedIr on 0xA532: the factory tool
+                               + (4 + 3 + 3 + 3 + 1);  // LedIr on 0xA533: one backlight
 
 class FaultMatrix : public ::testing::TestWithParam<Row> {};
 
