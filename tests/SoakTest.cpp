@@ -1,15 +1,15 @@
-// Long runs of every button and LED face on the boards that have them: a million polls per button
-// kind through press, hold and release cycles, and a hundred thousand value, colour and animation
-// changes per LED face. What must not move over such a run is counted before and after it (after a
-// warm-up): descriptors the simulator sees open, descriptors of the process, live heap blocks, and
-// the process's memory mappings and sizes.
+// Long runs of every button and LED face on the boards that have them: polls of every button kind
+// through press, hold and release cycles, and value, colour and animation changes of every LED face
+// (the counts are set below, at kScale). What must not move over such a run is counted before and
+// after it, after a warm-up: descriptors the simulator sees open, descriptors of the process, live
+// heap blocks, and the process's memory mappings and size.
 //
 // The simulator journals every call and would grow with the run: the journal is cleared every
 // kPeriod iterations, always at the same point of the cycle, so its storage reaches its largest size
 // during the warm-up and is reused afterwards. Observers count events into fixed storage and log
 // records are checked and dropped at the same points, so the test itself keeps no growing state.
-// The journal of one period after the warm-up is kept and compared with the last period's, so the
-// run must also keep doing the same calls with the same bytes to the end.
+// The journal and log of the last warm-up period are kept and compared with those of one more
+// period run after the counted part, so the run must also keep doing the same calls to the end.
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
