@@ -36,6 +36,7 @@
 #include "orva_gpio_utils/LedSysfs.h"
 #include "orva_gpio_utils/McuLedFace.h"
 #include "orva_gpio_utils/MulticolorLedFace.h"
+#include "orva_gpio_utils/ResetButtonCase.h"
 #include "orva_gpio_utils/ResetGPIOButtonCase.h"
 #include "orva_gpio_utils/ResetShmemButtonCase.h"
 #include "orva_gpio_utils/RgbLedFace.h"
@@ -279,6 +280,100 @@ void addShmemRows(std::vector<Row>& rows) {
                         // Only information: the detach failure names the errno.
                         EXPECT_THAT(c.log.records(), ElementsAre(shmemDetachFailed("Cannot allocate memory")));
                         EXPECT_EQ(shmCallNames(c).back(), "shmdt");
+                    }});
+}
+
+// ---- the reset button as the client reaches it: the board picks the proc entry or the segment ----
+
+const Expected kResetCaseInitFailed{"src/ResetButtonCase", "init", 3, 0, "Failed to initialize reset button case"};
+
+void addResetCaseRows(std::vector<Row>& rows) {
+    const std::string n = "ResetButtonCase";
+    const std::string entry = "/proc/gpio/reset_btn";
+    // The proc entry of 0xA533 cannot be opened: the case is not initialised and does not poll.
+    const auto openFails = [entry](Context& c, const std::function<void()>& inject, long long result, int error) {
+        inject();
+        RecordingObserver observer;
+        ResetButtonCase button;
+        EXPECT_FALSE(button.init(&observer, 500));
+        EXPECT_THAT(c.log.records(), ElementsAre(entryOpenFailed(entry), kButtonInitFailed, kResetCaseInitFailed));
+        const auto opens = callsOn(c, entry, Call::Open);
+        ASSERT_EQ(opens.size(), 1u);
+        EXPECT_EQ(opens[0].result, result);
+        EXPECT_EQ(opens[0].error, error);
+        c.sandbox().clearJournal();
+        EXPECT_FALSE(button.service());
+        EXPECT_THAT(orva::test::calls(c.sandbox().journal(), Call::Read), IsEmpty());
+    };
+    rows.push_back({n, "open", "EIO", 0xA533, false, [openFails, entry](Context& c) {
+                        openFails(c, [&c, &entry] { c.sandbox().failCalls(entry, Call::Open, EIO); }, -1, EIO);
+                    }});
+    rows.push_back({n, "open", "EINTRRetried", 0xA533, false, [entry](Context& c) {
+                        c.sandbox().failCalls(entry, Call::Open, EINTR, 2);
+                        RecordingObserver observer;
+                        ResetButtonCase button;
+                        EXPECT_TRUE(button.init(&observer, 500));
+                        EXPECT_EQ(callsOn(c, entry, Call::Open).size(), 3u);
+                        c.sandbox().setValue(entry, "0\n");
+                        EXPECT_TRUE(button.service());
+                        EXPECT_THAT(observer.events, ElementsAre(pressed()));
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "open", "DescriptorZero", 0xA533, false, [openFails, entry](Context& c) {
+                        openFails(c, [&c, &entry] { c.sandbox().zeroDescriptor(entry); }, 0, 0);
+                    }});
+    rows.push_back({n, "open", "MissingFile", 0xA533, false, [openFails, entry](Context& c) {
+                        openFails(c, [&c, &entry] { c.sandbox().removeAttribute(entry); }, -1, EACCES);
+                    }});
+    // A failed poll of the entry comes back from service; the next good poll goes on.
+    const auto readFails = [entry](Context& c, const std::function<void()>& inject, int error, int count) {
+        RecordingObserver observer;
+        ResetButtonCase button;
+        ASSERT_TRUE(button.init(&observer, 500));
+        const int fd = openedFd(c, entry);
+        c.sandbox().setValue(entry, "0\n");
+        inject();
+        errno = 0;
+        EXPECT_FALSE(button.service());
+        EXPECT_THAT(c.log.records(), ElementsAre(entryReadFailed(fd, count, error), kButtonReadFailed));
+        EXPECT_THAT(observer.events, IsEmpty());
+        EXPECT_TRUE(button.service());
+        EXPECT_THAT(observer.events, ElementsAre(pressed()));
+    };
+    rows.push_back({n, "read", "EIO", 0xA533, false, [readFails, entry](Context& c) {
+                        readFails(c, [&c, &entry] { c.sandbox().failCalls(entry, Call::Read, EIO); }, EIO, -1);
+                    }});
+    rows.push_back({n, "read", "EINTRRetried", 0xA533, false, [entry](Context& c) {
+                        RecordingObserver observer;
+                        ResetButtonCase button;
+                        ASSERT_TRUE(button.init(&observer, 500));
+                        c.sandbox().setValue(entry, "0\n");
+                        c.sandbox().failCalls(entry, Call::Read, EINTR, 2);
+                        EXPECT_TRUE(button.service());
+                        EXPECT_EQ(callsOn(c, entry, Call::Read).size(), 3u);
+                        EXPECT_THAT(observer.events, ElementsAre(pressed()));
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "read", "EmptyRead", 0xA533, false, [readFails, entry](Context& c) {
+                        readFails(c, [&c, &entry] { c.sandbox().emptyRead(entry); }, 0, 0);
+                    }});
+    // The segment of 0xA564 cannot be found: the same three records, and the held button detaches
+    // nothing at destruction but says so.
+    rows.push_back({n, "shmget", "Fails", 0xA564, false, [](Context& c) {
+                        c.sandbox().failCalls("shmget", Call::Shm, ENOENT);
+                        RecordingObserver observer;
+                        {
+                            ResetButtonCase button;
+                            EXPECT_FALSE(button.init(&observer, 500));
+                            EXPECT_THAT(c.log.records(),
+                                        ElementsAre(shmemInitFailed("failed to get shared memory"), kButtonInitFailed,
+                                                    kResetCaseInitFailed));
+                            EXPECT_FALSE(button.service());
+                            c.log.clear();
+                        }
+                        EXPECT_THAT(c.log.records(), ElementsAre(shmemDetachFailed("Invalid argument")));
+                        EXPECT_EQ(SharedMemory::attachments(kSegmentKey), 1u);
+                        EXPECT_THAT(observer.events, IsEmpty());
                     }});
 }
 
@@ -1665,6 +1760,7 @@ const std::vector<Subject>& subjects() {
         {"EnclosureDetButton", {"open", "read", "close"}},
         {"DCCableDetector", {"open", "read", "close"}},
         {"ResetShmemButtonCase", {"shmget", "shmat", "shmctl", "shmdt"}},
+        {"ResetButtonCase", {"open", "read", "shmget"}},
         {"LedFace", {"open", "read", "write", "close"}},
         {"GreenLedFace", {"open", "write", "write_colour", "close"}},
         {"LedGlow", {"open", "write_startdark", "read", "write", "close"}},
@@ -1694,6 +1790,7 @@ std::vector<Row> allRows() {
     addButtonRows<EnclosureDetButton>(rows, "EnclosureDetButton", 0xA5B0, "/proc/gpio/enclosure_det");
     addButtonRows<DCCableDetector>(rows, "DCCableDetector", 0xA5C0, "/proc/gpio/dcpowered");
     addShmemRows(rows);
+    addResetCaseRows(rows);
     addKeptFileRows<LedFace>(rows, kFrontLight, true);
     addKeptFileRows<GreenLedFace>(rows, kGreenLed, false);
     addGreenColourRows(rows);
@@ -1721,6 +1818,7 @@ const std::vector<Row>& rows() {
 // The number of cells: for each subject, the sum over its sites of the faults of the site's kind.
 constexpr size_t kMatrixSize = 4 * (4 + 3 + 1)    // the four proc-entry buttons
                                + 4                  // the shared-memory reset button
+                               + (4 + 3 + 1)        // the reset button case: the entry or the segment
                                + (4 + 3 + 3 + 1)    // LedFace
                                + (4 + 3 + 3 + 1)    // GreenLedFace
                                + (4 + 3 + 3 + 3 + 1)  // LedGlow
