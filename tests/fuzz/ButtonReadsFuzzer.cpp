@@ -41,24 +41,7 @@ const orva::sim::BoardProfile& profileOf(const Case& c) {
     return *profiles[index];
 }
 
-// Counts events and checks what a button may report: a release or hold only while pressed.
-class Observer : public IButtonEventsObserver {
-public:
-    void onButtonPressed() override {
-        if (pressed_) __builtin_trap();
-        pressed_ = true;
-    }
-    void onButtonReleased(unsigned) override {
-        if (!pressed_) __builtin_trap();
-        pressed_ = false;
-    }
-    void onButtonHeld(unsigned) override {
-        if (!pressed_) __builtin_trap();
-    }
-
-private:
-    bool pressed_ = false;
-};
+using Observer = orva::fuzz::CheckingObserver;
 
 template <typename Polled>
 void poll(Polled& button, orva::sim::SimBoard& board, uint8_t selector, const std::vector<std::string>& values) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "orva/host_platform.h"
+#include "orva_gpio_utils/BaseButton.h"
 #include "orva/sim/SimBoard.h"
 
 namespace orva::fuzz {
@@ -84,6 +85,26 @@ public:
 private:
     orva::sim::SimBoard& board_;
     uint8_t selector_;
+};
+
+// Receives a button's events and traps on any a button may not report: a release or hold while
+// not pressed, or a second press.
+class CheckingObserver : public IButtonEventsObserver {
+public:
+    void onButtonPressed() override {
+        if (pressed_) __builtin_trap();
+        pressed_ = true;
+    }
+    void onButtonReleased(unsigned) override {
+        if (!pressed_) __builtin_trap();
+        pressed_ = false;
+    }
+    void onButtonHeld(unsigned) override {
+        if (!pressed_) __builtin_trap();
+    }
+
+private:
+    bool pressed_ = false;
 };
 
 }  // namespace orva::fuzz

@@ -15,23 +15,7 @@
 
 namespace {
 
-class Observer : public IButtonEventsObserver {
-public:
-    void onButtonPressed() override {
-        if (pressed_) __builtin_trap();
-        pressed_ = true;
-    }
-    void onButtonReleased(unsigned) override {
-        if (!pressed_) __builtin_trap();
-        pressed_ = false;
-    }
-    void onButtonHeld(unsigned) override {
-        if (!pressed_) __builtin_trap();
-    }
-
-private:
-    bool pressed_ = false;
-};
+using Observer = orva::fuzz::CheckingObserver;
 
 const orva::sim::BoardProfile& profile() {
     static const orva::sim::BoardProfile loaded = orva::sim::BoardProfile::load(0xA564);
