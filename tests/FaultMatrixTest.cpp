@@ -621,7 +621,7 @@ void addGreenColourRows(std::vector<Row>& rows) {
     const std::string& path = kGreenLed.path;
     rows.push_back({"GreenLedFace", "write_colour", "EIO", 0xA571, false, [path](Context& c) {
                         greenColourWriteFails(
-                            c, [&c, &path] { c.sandbox().failCalls(path, Call::Write, EIO); }, EIO, "204");
+                            c, [&] { c.sandbox().failCalls(path, Call::Write, EIO); }, EIO, "204");
                     }});
     rows.push_back({"GreenLedFace", "write_colour", "EINTRRetried", 0xA571, false, [path](Context& c) {
                         GreenLedFace led;
@@ -639,7 +639,7 @@ void addGreenColourRows(std::vector<Row>& rows) {
                         EXPECT_THAT(c.log.records(), IsEmpty());
                     }});
     rows.push_back({"GreenLedFace", "write_colour", "ShortWrite", 0xA571, false, [path](Context& c) {
-                        greenColourWriteFails(c, [&c, &path] { c.sandbox().shortWrite(path, 1); }, 0, "5");
+                        greenColourWriteFails(c, [&] { c.sandbox().shortWrite(path, 1); }, 0, "5");
                     }});
 }
 
@@ -665,7 +665,7 @@ void glowStartDarkFails(Context& c, const std::function<void()>& inject, int err
 void addGlowStartDarkRows(std::vector<Row>& rows) {
     const std::string& path = kGlow.path;
     rows.push_back({"LedGlow", "write_startdark", "EIO", 0xA5A6, false, [path](Context& c) {
-                        glowStartDarkFails(c, [&c, &path] { c.sandbox().failCalls(path, Call::Write, EIO); }, EIO);
+                        glowStartDarkFails(c, [&] { c.sandbox().failCalls(path, Call::Write, EIO); }, EIO);
                     }});
     rows.push_back({"LedGlow", "write_startdark", "EINTRRetried", 0xA5A6, false, [path](Context& c) {
                         c.sandbox().setValue(path, "33");
@@ -680,7 +680,7 @@ void addGlowStartDarkRows(std::vector<Row>& rows) {
                         EXPECT_THAT(c.log.records(), IsEmpty());
                     }});
     rows.push_back({"LedGlow", "write_startdark", "ShortWrite", 0xA5A6, false, [path](Context& c) {
-                        glowStartDarkFails(c, [&c, &path] { c.sandbox().shortWrite(path, 1); }, 0);
+                        glowStartDarkFails(c, [&] { c.sandbox().shortWrite(path, 1); }, 0);
                     }});
 }
 
