@@ -310,11 +310,8 @@ bool Ktd2061LedFace::initSysfs(ktd20xxSysfsConfig_s& config) {
             group->fds.reserve(static_cast<size_t>(group->num));
             for (int i = 0; i < group->num; ++i) {
                 std::string path = std::string(kNodeRoot) + group->names[i];
-                int fd = attribute::openReportingErrno(ORVA_HERE, path.c_str());
-                if (!attribute::isOpen(fd)) {
-                    attribute::close(fd);  // descriptor 0 is still a descriptor this face opened
-                    return false;
-                }
+                const int fd = attribute::openUsable(ORVA_HERE, path.c_str(), true);
+                if (!attribute::isOpen(fd)) return false;
                 group->paths.push_back(std::move(path));
                 group->fds.push_back(fd);
                 ORVA_LOG(kLogInfo, 0, "         %d)\tfd[%d]\t%s", i, fd, group->paths.back().c_str());

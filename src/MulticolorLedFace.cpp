@@ -219,11 +219,8 @@ bool MulticolorLedFace::initGPIO() {
     const auto openInto = [](std::vector<int>& fds, const char* classDir, int index, const char* file) {
         char path[128];
         devicePath(path, classDir, index, file);
-        int fd = attribute::open(orva::gpioutils::LogSite{kLogSource, "initGPIO", __LINE__}, path);
-        if (!attribute::isOpen(fd)) {
-            attribute::close(fd);  // descriptor 0 is still a descriptor this face opened
-            return false;
-        }
+        const int fd = attribute::openUsable(orva::gpioutils::LogSite{kLogSource, "initGPIO", __LINE__}, path, false);
+        if (!attribute::isOpen(fd)) return false;
         fds.push_back(fd);
         return true;
     };

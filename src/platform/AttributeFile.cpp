@@ -39,6 +39,12 @@ int openReportingErrno(const LogSite& site, const char* path) {
     return fd;
 }
 
+int openUsable(const LogSite& site, const char* path, bool reportErrno) {
+    int fd = reportErrno ? openReportingErrno(site, path) : open(site, path);
+    if (!isOpen(fd)) close(fd);
+    return fd;
+}
+
 bool readNumber(const LogSite& site, int fd, int& value) {
     char buffer[16] = {};
     ssize_t count;

@@ -18,6 +18,10 @@ int openReportingErrno(const LogSite& site, const char* path);
 // Whether a descriptor returned by open() is usable.
 inline bool isOpen(int fd) { return fd > 0; }
 
+// open() or openReportingErrno() for faces that keep only usable descriptors: a descriptor 0 (a
+// failed open that still opened a file) is closed at once, so the result is either usable or -1.
+int openUsable(const LogSite& site, const char* path, bool reportErrno);
+
 // Up to 15 bytes at offset 0, trimmed, atoi. 0 bytes or an error is logged as
 // "Failed to read from proc entry 0x%x, num bytes read %d" and gives false.
 bool readNumber(const LogSite& site, int fd, int& value);
