@@ -2,7 +2,8 @@
 # Installs the Debian packages the build needs (as root), or names the missing ones.
 # Usage: scripts/install-deps.sh [PACKAGE...]   (extra packages on top of the base set)
 set -euo pipefail
-packages=(cmake ninja-build g++ clang pkg-config libgtest-dev libgmock-dev libbenchmark-dev binutils "$@")
+packages=(cmake ninja-build g++ clang pkg-config libgtest-dev libgmock-dev libbenchmark-dev binutils
+  libcli11-dev nlohmann-json3-dev libncurses-dev tmux "$@")
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
