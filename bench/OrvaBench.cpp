@@ -97,6 +97,7 @@ struct Case {
     std::string board;
     std::function<bool(bool)> operation;  // the form alternates with each call
     std::vector<Recorded> calls[2];       // what each form made, recorded once
+    bool poll = false;                    // a button poll: reads the clock before its read
 };
 
 std::vector<std::unique_ptr<Case>> cases;
@@ -112,6 +113,45 @@ void replay(const std::vector<Recorded>& calls) {
         case Recorded::Open: opened = ::open64(call.path.c_str(), call.flags, call.mode); break;
         case Recorded::Read: benchmark::DoNotOptimize(::pread64(fd, buffer, call.count, call.offset)); break;
         case Recorded::Write: benchmark::DoNotOptimize(::pwrite64(fd, call.bytes.data(), call.bytes.size(), call.offset)); break;
+        case Recorded::Close:
+            ::close(fd);
+            opened = -1;
+            break;
+        }
+    }
+}
+
+// The same calls with the work every face must do around them, written by hand: a number is
+// made into text with the platform's format before its write; a read's bytes become a string
+// that the platform trims and atoi converts; a poll reads the platform clock first. The gap
+// between this and the operation is the library's own cost; the gap between this and the bare
+// calls is the cost of the work that comes with the hardware's file format.
+void replayPrescribed(const std::vector<Recorded>& calls, bool poll) {
+    if (poll) benchmark::DoNotOptimize(nowMs());
+    char buffer[16];
+    int opened = -1;
+    for (const Recorded& call : calls) {
+        const int fd = opened >= 0 ? opened : call.fd;
+        switch (call.kind) {
+        case Recorded::Open: opened = ::open64(call.path.c_str(), call.flags, call.mode); break;
+        case Recorded::Read: {
+            memset(buffer, 0, sizeof(buffer));
+            const ssize_t count = ::pread64(fd, buffer, call.count, call.offset);
+            if (count > 0) {
+                std::string text(buffer, static_cast<size_t>(count));
+                orva::utils::trim(text);
+                benchmark::DoNotOptimize(atoi(text.c_str()));
+            }
+            break;
+        }
+        case Recorded::Write: {
+            // Decimal text is made from its number; other text (a chip's pattern) as a string.
+            const char* recorded = call.bytes.c_str();
+            const bool decimal = recorded[0] != '\0' && strspn(recorded, "0123456789") == strlen(recorded);
+            const std::string text = decimal ? orva::utils::format("%d", atoi(recorded)) : orva::utils::format("%s", recorded);
+            benchmark::DoNotOptimize(::pwrite64(fd, text.c_str(), text.size() + 1, call.offset));
+            break;
+        }
         case Recorded::Close:
             ::close(fd);
             opened = -1;
@@ -150,12 +190,23 @@ void runMinimum(benchmark::State& state, Case* c) {
     report(state, before);
 }
 
+void runPrescribed(benchmark::State& state, Case* c) {
+    bool form = false;
+    const orva::bench::Counters before = counters;
+    for (auto _ : state) {
+        form = !form;
+        replayPrescribed(c->calls[form ? 1 : 0], c->poll);
+    }
+    report(state, before);
+}
+
 // Makes the face on its board, warms both forms up, records what each makes and registers the
 // pair of benchmarks.
 template <typename Subject>
 void add(const std::string& name, const std::string& board, std::function<bool(Subject&)> init,
          std::function<bool(Subject&, bool)> operation,
-         std::function<std::shared_ptr<Subject>()> make = [] { return std::make_shared<Subject>(); }) {
+         std::function<std::shared_ptr<Subject>()> make = [] { return std::make_shared<Subject>(); },
+         bool poll = false) {
     loadBoard(board);
     std::shared_ptr<Subject> subject = make();
     if (!init(*subject)) {
@@ -166,6 +217,7 @@ void add(const std::string& name, const std::string& board, std::function<bool(S
     auto c = std::make_unique<Case>();
     c->name = name;
     c->board = board;
+    c->poll = poll;
     Subject* raw = subject.get();
     c->operation = [raw, operation](bool form) { return operation(*raw, form); };
     for (int i = 0; i < 8; ++i) {
@@ -185,6 +237,7 @@ void add(const std::string& name, const std::string& board, std::function<bool(S
     benchmark::RegisterBenchmark(name.c_str(), runOperation, registered);
     if (!registered->calls[0].empty() || !registered->calls[1].empty()) {
         benchmark::RegisterBenchmark((name + "/minimum").c_str(), runMinimum, registered);
+        benchmark::RegisterBenchmark((name + "/prescribed").c_str(), runPrescribed, registered);
     }
 }
 
@@ -240,7 +293,7 @@ void addPoll(const std::string& name, const std::string& board, const std::strin
     add<Button>(
         name, board,
         [holdInterval, entry](Button& button) { return button.init(&observer, holdInterval) && refill(entry, "1\n"); },
-        [](Button& button, bool) { return button.service(); });
+        [](Button& button, bool) { return button.service(); }, [] { return std::make_shared<Button>(); }, true);
 }
 
 bool onTmpfs(const char* path) {
@@ -323,7 +376,7 @@ int main(int argc, char** argv) {
             "ResetShmemButtonCase service", "a564.board",
             [](ResetShmemButtonCase& button) { return button.init(&observer, 100); },
             [](ResetShmemButtonCase& button, bool) { return button.service(); },
-            [] { return std::make_shared<ResetShmemButtonCase>(false); });
+            [] { return std::make_shared<ResetShmemButtonCase>(false); }, true);
     } else {
         fprintf(stderr, "ResetShmemButtonCase service: no shared-memory segment, left out\n");
     }

@@ -2,6 +2,9 @@
 # Builds and runs the benchmarks of every face and button on real files, and prints one table:
 # operation, ns per call, ratio to the least the same system calls cost when written by hand,
 # system calls and heap allocations per call (medians over RUNS runs of the whole program).
+# "vs work" compares the operation with the same calls plus the text work every face must do
+# around them (the number formatted before a write; a read trimmed and converted; the clock read
+# before a poll), written by hand: the library's own cost.
 # The files are tmpfs files at the library's paths in a private mount (and IPC) namespace: the
 # machine's own /sys and /proc are never written. Needs root; otherwise it says so and stops.
 # Usage: scripts/bench.sh [RUNS] [BUILD_DIR]   (default 3 runs, build/release)
@@ -73,20 +76,27 @@ for run in range(1, runs + 1):
         if b.get("run_type") != "iteration" or b.get("error_occurred"):
             continue
         name = b["run_name"]
-        if name not in order and not name.endswith("/minimum"):
+        if name not in order and not name.endswith(("/minimum", "/prescribed")):
             order.append(name)
         times.setdefault(name, []).append(b["real_time"])
         counts[name] = (b.get("syscalls", 0), b.get("allocs", 0))
     per_run.append(({n: statistics.median(t) for n, t in times.items()}, counts))
-print(f"{'operation':34} {'ns/call':>9} {'ratio':>7} {'syscalls':>9} {'allocs':>7}")
+print(f"{'operation':34} {'ns/call':>9} {'ratio':>7} {'vs work':>8} {'syscalls':>9} {'allocs':>7}")
+def median_of(name):
+    values = [r[0][name] for r in per_run if name in r[0]]
+    return statistics.median(values) if values else None
+def ratio_of(name, reference):
+    ratios = [r[0][name] / r[0][reference] for r in per_run if name in r[0] and reference in r[0]]
+    return f"{statistics.median(ratios):.2f}" if ratios else "-"
 for name in sorted(order):
-    ns = statistics.median(r[0][name] for r in per_run if name in r[0])
-    minimum = name + "/minimum"
-    ratios = [r[0][name] / r[0][minimum] for r in per_run if name in r[0] and minimum in r[0]]
-    ratio = f"{statistics.median(ratios):.2f}" if ratios else "-"
     syscalls, allocs = per_run[0][1][name]
-    print(f"{name:34} {ns:9.0f} {ratio:>7} {syscalls:9.2f} {allocs:7.2f}")
-    if ratios:
-        mns = statistics.median(r[0][minimum] for r in per_run if minimum in r[0])
-        print(f"{'  minimum (same calls by hand)':34} {mns:9.0f} {'1.00':>7} {per_run[0][1][minimum][0]:9.2f} {per_run[0][1][minimum][1]:7.2f}")
+    print(f"{name:34} {median_of(name):9.0f} {ratio_of(name, name + '/minimum'):>7} "
+          f"{ratio_of(name, name + '/prescribed'):>8} {syscalls:9.2f} {allocs:7.2f}")
+    for suffix, label in (("/minimum", "  minimum (same calls by hand)"),
+                          ("/prescribed", "  calls + their text work by hand")):
+        reference = name + suffix
+        if median_of(reference) is None:
+            continue
+        print(f"{label:34} {median_of(reference):9.0f} {ratio_of(reference, name + '/minimum'):>7} "
+              f"{'':>8} {per_run[0][1][reference][0]:9.2f} {per_run[0][1][reference][1]:7.2f}")
 PY
