@@ -70,6 +70,8 @@ struct SurveyItem {
     // after init; ResetButtonCase, which has no exists(), is present when its init succeeded.
     bool present = false;
     bool managedByMcu = false;  // LED: isManagedByMcu()
+    // Present, initialised, and no error record while it was surveyed: the board has it and it works.
+    bool usable = false;
     std::vector<SurveyResource> resources;  // in order of first use
     // Log records of level error (or worse) written while the item was surveyed, formatted.
     std::vector<std::string> errors;
@@ -88,11 +90,18 @@ struct BoardSurveyResult {
 // Every face and button the survey knows, as (name, class) pairs in survey order.
 std::vector<std::pair<std::string, std::string>> surveyItemNames();
 
+// Builds every face and button (survey order) and asks each whether it is there (exists()), with
+// the device information as it is now; nothing is initialised. ResetButtonCase, which picks its
+// button at init, answers true. UartcliLedFace's constructor runs the microcontroller tool: on a
+// simulated board register its stand-in first.
+std::vector<bool> surveyPresence();
+
 // Whether this build has the simulator (the survey of a simulated board, with resources).
 bool surveyHasSimulator();
 
 // Builds the board from its profile in a fresh temporary sandbox (device information replaced)
-// and surveys it. Throws std::runtime_error when the build has no simulator; a missing profile
+// and surveys it. The library keeps some state per process (descriptors kept open, once-only
+// set-up): survey one board per process. Throws std::runtime_error when the build has no simulator; a missing profile
 // throws as BoardProfile::load does. Each item is surveyed on a board fresh from its profile:
 // what one face wrote cannot change what the next one sees.
 BoardSurveyResult surveySimulatedBoard(const orva::sim::BoardProfile& profile);
