@@ -5,7 +5,9 @@
 #include <cstring>
 #include <fcntl.h>
 #include <ftw.h>
+#include <linux/openat2.h>
 #include <stdexcept>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
 
@@ -42,17 +44,69 @@ int closeKeepingErrno(int fd) {
     return result;
 }
 
-// Opens the directory holding the last component; leaf receives that component. -1 with errno.
-int openParent(const std::string& root, const std::string& relative, std::string& leaf, bool makeParents) {
-    const std::vector<std::string> parts = components(relative);
+// The components of relative, or false with errno when there are none or one of them is "..".
+bool checkedComponents(const std::string& relative, std::vector<std::string>& parts) {
+    parts = components(relative);
     if (parts.empty()) {
         errno = EINVAL;
-        return -1;
+        return false;
     }
     for (const std::string& part : parts) {
         if (part == "..") {
             errno = EACCES;
-            return -1;
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string joined(const std::vector<std::string>& parts, size_t count) {
+    std::string path;
+    for (size_t i = 0; i < count; ++i) {
+        if (i > 0) path += '/';
+        path += parts[i];
+    }
+    return path;
+}
+
+// One kernel call resolving the whole path below root, where the kernel has it: openat2 refuses a
+// symbolic link anywhere on the way and any step above root, as the component walk below does.
+// Only its successes are used: on any failure the caller walks the components, which gives the
+// errno the walk has always given. -1 when it failed or is not available.
+int openResolved(const std::string& root, const std::string& path, int flags, mode_t mode) {
+#ifdef SYS_openat2
+    static bool unavailable = false;
+    if (unavailable) return -1;
+    const int directory = realOpenAt(AT_FDCWD, root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+    if (directory < 0) return -1;
+    open_how how{};
+    how.flags = static_cast<uint64_t>(flags | O_NOFOLLOW | O_CLOEXEC);
+    how.mode = (flags & (O_CREAT | O_TMPFILE)) ? mode : 0;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    const int error = errno;
+    const long fd = syscall(SYS_openat2, directory, path.c_str(), &how, sizeof(how));
+    if (fd < 0 && errno == ENOSYS) unavailable = true;
+    closeKeepingErrno(directory);
+    errno = error;
+    return fd < 0 ? -1 : static_cast<int>(fd);
+#else
+    (void)root;
+    (void)path;
+    (void)flags;
+    (void)mode;
+    return -1;
+#endif
+}
+
+// Opens the directory holding the last component; leaf receives that component. -1 with errno.
+int openParent(const std::string& root, const std::string& relative, std::string& leaf, bool makeParents) {
+    std::vector<std::string> parts;
+    if (!checkedComponents(relative, parts)) return -1;
+    if (parts.size() > 1) {
+        const int resolved = openResolved(root, joined(parts, parts.size() - 1), O_RDONLY | O_DIRECTORY, 0);
+        if (resolved >= 0) {
+            leaf = parts.back();
+            return resolved;
         }
     }
     int directory = realOpenAt(AT_FDCWD, root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
@@ -86,6 +140,10 @@ int removeEntry(const char* path, const struct stat64*, int, struct FTW*) {
 }  // namespace
 
 int openBeneath(const std::string& root, const std::string& relative, int flags, mode_t mode, bool makeParents) {
+    std::vector<std::string> parts;
+    if (!checkedComponents(relative, parts)) return -1;
+    const int resolved = openResolved(root, joined(parts, parts.size()), flags, mode);
+    if (resolved >= 0) return resolved;
     std::string leaf;
     const int directory = openParent(root, relative, leaf, makeParents);
     if (directory < 0) return -1;

@@ -1750,6 +1750,646 @@ void addInfraredRows(std::vector<Row>& rows) {
                     }});
 }
 
+// ---- the reset button case on the shared-memory board: the rest of the segment's calls ----
+
+void addResetCaseSegmentRows(std::vector<Row>& rows) {
+    const std::string n = "ResetButtonCase";
+    // A failed set-up step after the lookup: the button's record, the base's and the case's; the
+    // destructor detaches what was attached (or says that nothing was).
+    const auto setupFails = [](Context& c, const std::string& call, int error, const std::string& message,
+                               bool attached) {
+        c.sandbox().failCalls(call, Call::Shm, error);
+        RecordingObserver observer;
+        {
+            ResetButtonCase button;
+            EXPECT_FALSE(button.init(&observer, 500));
+            EXPECT_THAT(c.log.records(),
+                        ElementsAre(shmemInitFailed(message), kButtonInitFailed, kResetCaseInitFailed));
+            EXPECT_EQ(SharedMemory::attachments(kSegmentKey), attached ? 2u : 1u);
+            EXPECT_FALSE(button.service());
+            c.log.clear();
+        }
+        if (attached) {
+            EXPECT_THAT(c.log.records(), IsEmpty());
+        } else {
+            EXPECT_THAT(c.log.records(), ElementsAre(shmemDetachFailed("Invalid argument")));
+        }
+        EXPECT_EQ(shmCallNames(c).back(), "shmdt");
+        EXPECT_EQ(SharedMemory::attachments(kSegmentKey), 1u);
+        EXPECT_THAT(observer.events, IsEmpty());
+    };
+    rows.push_back({n, "shmat", "Fails", 0xA564, false, [setupFails](Context& c) {
+                        setupFails(c, "shmat", EACCES, "Failed to attach shared memory", false);
+                    }});
+    rows.push_back({n, "shmctl", "Fails", 0xA564, false, [setupFails](Context& c) {
+                        setupFails(c, "shmctl", EIDRM, "Failed to get shared memory size", true);
+                    }});
+    rows.push_back({n, "shmdt", "Fails", 0xA564, false, [](Context& c) {
+                        RecordingObserver observer;
+                        {
+                            ResetButtonCase button;
+                            ASSERT_TRUE(button.init(&observer, 500));
+                            SharedMemory::setByte(kSegmentKey, 271, 0);
+                            EXPECT_TRUE(button.service());
+                            c.sandbox().failCalls("shmdt", Call::Shm, ENOMEM);
+                        }
+                        EXPECT_THAT(c.log.records(), ElementsAre(shmemDetachFailed("Cannot allocate memory")));
+                        EXPECT_EQ(shmCallNames(c).back(), "shmdt");
+                        EXPECT_THAT(observer.events, ElementsAre(pressed()));
+                    }});
+    // The proc entry of 0xA533 is closed with the case: a failed close is the only call, unreported.
+    rows.push_back({n, "close", "EIO", 0xA533, false, [](Context& c) {
+                        const std::string entry = "/proc/gpio/reset_btn";
+                        {
+                            RecordingObserver observer;
+                            ResetButtonCase button;
+                            ASSERT_TRUE(button.init(&observer, 500));
+                            c.sandbox().failCalls(entry, Call::Close, EIO);
+                            c.sandbox().clearJournal();
+                        }
+                        const auto& journal = c.sandbox().journal();
+                        ASSERT_EQ(journal.size(), 1u);
+                        EXPECT_EQ(journal[0].call, Call::Close);
+                        EXPECT_EQ(journal[0].path, entry);
+                        EXPECT_EQ(journal[0].error, EIO);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+}
+
+// ---- the green LED of 0xA574, where amber takes a dimmer green share ----
+
+// Amber on black: user 80 is 204 of 255, shown at the amber share 0x48 (57); 40 is 102 (28).
+const KeptFile kGreenLedA574{"GreenLedFaceA574", 0xA574, "/sys/class/leds/G/brightness", "src/GreenLedFace", 80, "57",
+                             40, "28", [](BaseLed& led) {
+                                 ASSERT_TRUE(led.setColor(BaseLed::COLOR_AMBER, BaseLed::COLOR_BLACK));
+                             }};
+
+// From amber on black at user 80 to black on amber: 255 - 204 at the amber share (14).
+void greenAmberColourWriteFails(Context& c, const std::function<void()>& inject, int error,
+                                const std::string& fileAfter) {
+    GreenLedFace led;
+    ASSERT_TRUE(led.init("led"));
+    ASSERT_TRUE(led.setColor(BaseLed::COLOR_AMBER, BaseLed::COLOR_BLACK));
+    ASSERT_TRUE(led.setValue(80, false));
+    ASSERT_EQ(c.board.value(kGreenLedA574.path), "57");
+    c.log.clear();
+    inject();
+    errno = 0;
+    EXPECT_FALSE(led.setColor(BaseLed::COLOR_BLACK, BaseLed::COLOR_AMBER));
+    EXPECT_THAT(c.log.records(),
+                ElementsAre(keptWriteFailed(kGreenLedA574, "setColor", "14", openedFd(c, kGreenLedA574.path), error)));
+    EXPECT_EQ(c.board.value(kGreenLedA574.path), fileAfter);
+    EXPECT_EQ(led.readFgColor(), BaseLed::COLOR_BLACK);
+    EXPECT_EQ(led.readBgColor(), BaseLed::COLOR_AMBER);
+    c.sandbox().clearJournal();
+    EXPECT_TRUE(led.setColor(BaseLed::COLOR_BLACK, BaseLed::COLOR_AMBER));
+    EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+}
+
+void addGreenA574ColourRows(std::vector<Row>& rows) {
+    const std::string n = kGreenLedA574.subject;
+    const std::string path = kGreenLedA574.path;
+    rows.push_back({n, "write_colour", "EIO", 0xA574, false, [path](Context& c) {
+                        greenAmberColourWriteFails(
+                            c, [&] { c.sandbox().failCalls(path, Call::Write, EIO); }, EIO, "57");
+                    }});
+    rows.push_back({n, "write_colour", "EINTRRetried", 0xA574, false, [path](Context& c) {
+                        GreenLedFace led;
+                        ASSERT_TRUE(led.init("led"));
+                        ASSERT_TRUE(led.setColor(BaseLed::COLOR_AMBER, BaseLed::COLOR_BLACK));
+                        ASSERT_TRUE(led.setValue(80, false));
+                        c.sandbox().failCalls(path, Call::Write, EINTR, 2);
+                        c.sandbox().clearJournal();
+                        EXPECT_TRUE(led.setColor(BaseLed::COLOR_BLACK, BaseLed::COLOR_AMBER));
+                        const auto writes = callsOn(c, path, Call::Write);
+                        ASSERT_EQ(writes.size(), 3u);
+                        EXPECT_EQ(writes[1].error, EINTR);
+                        EXPECT_EQ(writes[2].bytes, orva::test::withNul("14"));
+                        EXPECT_EQ(c.board.value(path), "14");
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_colour", "ShortWrite", 0xA574, false, [path](Context& c) {
+                        greenAmberColourWriteFails(c, [&] { c.sandbox().shortWrite(path, 1); }, 0, "1");
+                    }});
+}
+
+// ---- the glow light on the torch boards (0..15): a first "0" of its own, then the start-dark "0" ----
+
+// User 50 is 7 of 15, 80 is 12.
+const KeptFile kTorchGlow{"LedGlowTorchA574", 0xA574, "/sys/class/leds/torch1/brightness", "src/LedGlow", 50, "7", 80,
+                          "12", nullptr};
+
+void addTorchGlowRows(std::vector<Row>& rows) {
+    const std::string n = kTorchGlow.subject;
+    const std::string path = kTorchGlow.path;
+    // The torch's own first "0": its failure is logged, and init goes on with the start-dark write.
+    const auto firstZeroFails = [path](Context& c, const std::function<void()>& inject, int error) {
+        c.sandbox().setValue(path, "9");
+        inject();
+        errno = 0;
+        LedGlow led;
+        EXPECT_TRUE(led.init("glow"));
+        EXPECT_THAT(c.log.records(),
+                    ElementsAre(keptWriteFailed(kTorchGlow, "writeValue", "0", openedFd(c, path), error)));
+        const auto writes = callsOn(c, path, Call::Write);
+        ASSERT_EQ(writes.size(), 2u);
+        EXPECT_EQ(writes[1].bytes, orva::test::withNul("0"));
+        EXPECT_EQ(c.board.value(path), "0");
+        c.log.clear();
+        EXPECT_TRUE(led.setValue(50, false));
+        EXPECT_EQ(c.board.value(path), "7");
+        EXPECT_THAT(c.log.records(), IsEmpty());
+    };
+    rows.push_back({n, "write_torchzero", "EIO", 0xA574, false, [firstZeroFails, path](Context& c) {
+                        firstZeroFails(c, [&c, &path] { c.sandbox().failCalls(path, Call::Write, EIO); }, EIO);
+                    }});
+    rows.push_back({n, "write_torchzero", "EINTRRetried", 0xA574, false, [path](Context& c) {
+                        c.sandbox().setValue(path, "9");
+                        c.sandbox().failCalls(path, Call::Write, EINTR, 2);
+                        LedGlow led;
+                        EXPECT_TRUE(led.init("glow"));
+                        const auto writes = callsOn(c, path, Call::Write);
+                        ASSERT_EQ(writes.size(), 4u);  // two interrupted, the first "0", the start-dark "0"
+                        EXPECT_EQ(writes[0].error, EINTR);
+                        EXPECT_EQ(writes[1].error, EINTR);
+                        EXPECT_EQ(writes[2].bytes, orva::test::withNul("0"));
+                        EXPECT_EQ(writes[3].bytes, orva::test::withNul("0"));
+                        EXPECT_EQ(c.board.value(path), "0");
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_torchzero", "ShortWrite", 0xA574, false, [firstZeroFails, path](Context& c) {
+                        firstZeroFails(c, [&c, &path] { c.sandbox().shortWrite(path, 1); }, 0);
+                    }});
+    // The start-dark write fails after the first "0" went through: init fails, and the file opened
+    // for it is closed all the same. The first write is let through by a short-write fault longer
+    // than the write, which takes every byte.
+    const auto startDarkFails = [path](Context& c, const std::function<void()>& inject, int error) {
+        c.sandbox().shortWrite(path, 64);
+        inject();
+        errno = 0;
+        {
+            LedGlow led;
+            EXPECT_FALSE(led.init("glow"));
+            EXPECT_THAT(c.log.records(),
+                        ElementsAre(keptWriteFailed(kTorchGlow, "initGPIO", "0", openedFd(c, path), error),
+                                    kBaseLedInitFailed));
+            const auto writes = callsOn(c, path, Call::Write);
+            ASSERT_EQ(writes.size(), 2u);
+            EXPECT_EQ(writes[0].result, 2);
+            c.sandbox().clearJournal();
+        }
+        const auto& journal = c.sandbox().journal();
+        ASSERT_EQ(journal.size(), 1u);
+        EXPECT_EQ(journal[0].call, Call::Close);
+        EXPECT_EQ(journal[0].path, path);
+    };
+    rows.push_back({n, "write_startdark", "EIO", 0xA574, false, [startDarkFails, path](Context& c) {
+                        startDarkFails(c, [&c, &path] { c.sandbox().failCalls(path, Call::Write, EIO); }, EIO);
+                    }});
+    rows.push_back({n, "write_startdark", "EINTRRetried", 0xA574, false, [path](Context& c) {
+                        c.sandbox().setValue(path, "9");
+                        c.sandbox().shortWrite(path, 64);
+                        c.sandbox().failCalls(path, Call::Write, EINTR, 2);
+                        LedGlow led;
+                        EXPECT_TRUE(led.init("glow"));
+                        const auto writes = callsOn(c, path, Call::Write);
+                        ASSERT_EQ(writes.size(), 4u);  // the first "0", two interrupted, the start-dark "0"
+                        EXPECT_EQ(writes[1].error, EINTR);
+                        EXPECT_EQ(writes[2].error, EINTR);
+                        EXPECT_EQ(writes[3].bytes, orva::test::withNul("0"));
+                        EXPECT_EQ(c.board.value(path), "0");
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_startdark", "ShortWrite", 0xA574, false, [startDarkFails, path](Context& c) {
+                        startDarkFails(c, [&c, &path] { c.sandbox().shortWrite(path, 1); }, 0);
+                    }});
+}
+
+// ---- the front RGB LED: the colour files, the animation files and the background colours ----
+
+void addRgbFileRows(std::vector<Row>& rows) {
+    const std::string n = "RgbLedFace";
+    const std::string source = "src/RgbLedFace";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new RgbLedFace()); };
+    addInitOpenRows(rows, n, "open_colourfg", 0xA563, false, make, av::kAvColorFg, source, false, false);
+    addInitOpenRows(rows, n, "open_colourbg", 0xA563, false, make, av::kAvColorBg, source, false, false);
+    // The animation files are opened while the trigger is: it is closed before init fails.
+    addInitOpenRows(rows, n, "open_animdensity", 0xA563, false, make, av::kAnimDensity, source, false, false,
+                    {av::closed(av::kAvTrigger)});
+    addInitOpenRows(rows, n, "open_animcolourfg", 0xA563, false, make, av::kAnimColorFg, source, false, false,
+                    {av::closed(av::kAvTrigger)});
+    addInitOpenRows(rows, n, "open_animcolourbg", 0xA563, false, make, av::kAnimColorBg, source, false, false,
+                    {av::closed(av::kAvTrigger)});
+    // The background colour names: the new colour is kept, so asking again writes nothing.
+    addWriteSiteRows(rows, {n, "write_colourbg", 0xA563, false, make,
+                            [](BaseLed& led) { ASSERT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK)); },
+                            av::kAvColorBg, source, "setColor", "green",
+                            [](BaseLed& led) { return led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_GREEN); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_EQ(led.readBgColor(), BaseLed::COLOR_GREEN);
+                                EXPECT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_GREEN));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    addWriteSiteRows(rows, {n, "write_animcolourbg", 0xA563, false, make,
+                            [](BaseLed& led) {
+                                ASSERT_TRUE(led.setAnimColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK));
+                            },
+                            av::kAnimColorBg, source, "setAnimColor", "blue",
+                            [](BaseLed& led) { return led.setAnimColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLUE); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_EQ(led.readBgAnimColor(), BaseLed::COLOR_BLUE);
+                                EXPECT_TRUE(led.setAnimColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLUE));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+}
+
+// ---- the AV colour LED of 0xA573: the blue channel, the AV LED's files and its background ----
+
+void addAvFileRows(std::vector<Row>& rows) {
+    const std::string n = "CompoundLedFace";
+    addAvOpenRows(rows, "open_bluechannel", kBlueChannel, false);
+    addAvOpenRows(rows, "open_brightness", av::kAvBrightness, false);
+    addAvOpenRows(rows, "open_colourfg", av::kAvColorFg, false);
+    addAvOpenRows(rows, "open_colourbg", av::kAvColorBg, false);
+    addAvInitWriteRows(rows, "write_darkblue", kBlueChannel, "0", false);
+    // The AV LED's background colour name: the new colours are kept, so asking again writes nothing.
+    const auto backgroundFails = [](Context& c, const std::function<void()>& inject, int error,
+                                    const std::string& line) {
+        AvFace t(c);
+        const BaseLed::Color fg = BaseLed::COLOR_RED;  // a colour of the AV LED, not of a channel
+        ASSERT_TRUE(t.face.setColor(fg, BaseLed::COLOR_BLACK));
+        c.sandbox().clearJournal();
+        c.log.clear();
+        inject();
+        errno = 0;
+        EXPECT_FALSE(t.face.setColor(fg, BaseLed::COLOR_MAGENTA));
+        EXPECT_THAT(av::described(c.sandbox().journal()), ElementsAre(line));
+        EXPECT_THAT(c.log.records(), ElementsAre(avWriteFailed("setAvledColor", error, "magenta", t.fd(av::kAvColorBg))));
+        EXPECT_EQ(t.face.readBgColor(), BaseLed::COLOR_MAGENTA);
+        c.sandbox().clearJournal();
+        EXPECT_TRUE(t.face.setColor(fg, BaseLed::COLOR_MAGENTA));
+        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+    };
+    rows.push_back({n, "write_colourbg", "EIO", 0xA573, false, [backgroundFails](Context& c) {
+                        backgroundFails(c, [&c] { c.sandbox().failCalls(av::kAvColorBg, Call::Write, EIO); }, EIO,
+                                        av::wrote(av::kAvColorBg, "magenta") + " !5");
+                    }});
+    rows.push_back({n, "write_colourbg", "EINTRRetried", 0xA573, false, [](Context& c) {
+                        AvFace t(c);
+                        ASSERT_TRUE(t.face.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK));
+                        c.sandbox().clearJournal();
+                        c.sandbox().failCalls(av::kAvColorBg, Call::Write, EINTR, 2);
+                        EXPECT_TRUE(t.face.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_MAGENTA));
+                        EXPECT_EQ(c.board.value(av::kAvColorBg), "magenta");
+                        EXPECT_EQ(callsOn(c, av::kAvColorBg, Call::Write).size(), 3u);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_colourbg", "ShortWrite", 0xA573, false, [backgroundFails](Context& c) {
+                        backgroundFails(c, [&c] { c.sandbox().shortWrite(av::kAvColorBg, 3); }, 0,
+                                        av::wrote(av::kAvColorBg, "magenta") + " ->3");
+                    }});
+    // A channel colour lit at user 50: the AV LED's foreground goes black, then the blue channel
+    // takes the value; its failure fails setColor, and the new colours are kept.
+    const auto channelFails = [](Context& c, const std::function<void()>& inject, int error,
+                                 const std::string& line) {
+        AvFace t(c);
+        inject();
+        errno = 0;
+        EXPECT_FALSE(t.face.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+        EXPECT_THAT(av::described(c.sandbox().journal()), ElementsAre(av::wrote(av::kAvColorFg, "black"), line));
+        EXPECT_THAT(c.log.records(), ElementsAre(avWriteFailed("setColor", error, "49", t.fd(kBlueChannel))));
+        EXPECT_EQ(t.face.readFgColor(), BaseLed::COLOR_BLUE);
+        c.sandbox().clearJournal();
+        EXPECT_TRUE(t.face.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+    };
+    rows.push_back({n, "write_channel", "EIO", 0xA573, false, [channelFails](Context& c) {
+                        channelFails(c, [&c] { c.sandbox().failCalls(kBlueChannel, Call::Write, EIO); }, EIO,
+                                     av::wrote(kBlueChannel, "49") + " !5");
+                    }});
+    rows.push_back({n, "write_channel", "EINTRRetried", 0xA573, false, [](Context& c) {
+                        AvFace t(c);
+                        c.sandbox().failCalls(kBlueChannel, Call::Write, EINTR, 2);
+                        EXPECT_TRUE(t.face.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+                        EXPECT_EQ(c.board.value(kBlueChannel), "49");
+                        EXPECT_EQ(callsOn(c, kBlueChannel, Call::Write).size(), 3u);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_channel", "ShortWrite", 0xA573, false, [channelFails](Context& c) {
+                        channelFails(c, [&c] { c.sandbox().shortWrite(kBlueChannel, 1); }, 0,
+                                     av::wrote(kBlueChannel, "49") + " ->1");
+                    }});
+}
+
+// ---- the status LED of 0xA5A3: an I2C driver file and a USB controller file for each colour ----
+
+std::string a5a3I2c(char colour) { return std::string("/sys/bus/i2c/devices/0-0030/leds/") + colour + "/brightness"; }
+std::string a5a3Usb(char colour) {
+    return std::string("/sys/devices/platform/e0000000.n_ahb/e001f000.ehci/usb1/1-1/1-1.1/usbcm65xx/usbcm65xx_led") +
+           static_cast<char>(colour - 'A' + 'a');
+}
+
+// Red lit: the walk writes the I2C red file, then the USB red file (user 50 is 49, 70 is 69). A
+// fault on either fails the value with that file's record; the files before it hold the new
+// value. A missing file is a controller not fitted on this board: the walk skips it.
+void addA5A3Rows(std::vector<Row>& rows, const std::string& site, const std::string& path,
+                 const std::vector<std::string>& before) {
+    const std::string n = "LedSysfsA5A3";
+    const PerWriteFile f{n, 0xA5A3, true, path, "src/LedSysfs", 50, "49", 70, "69", nullptr, nullptr};
+    const auto openFailed = [f](int) {
+        return std::vector<Expected>{{f.source, "writeValue", 3, 0, "Failed to open proc entry '" + f.path + "'"}};
+    };
+    const auto writeFailed = [f](int error) {
+        return [f, error](int fd) {
+            return std::vector<Expected>{
+                {f.source, "writeValue", 3, error, "Failed to write '69' to proc entry " + hex(fd)}};
+        };
+    };
+    const std::string text = orva::test::sysfs::shown(orva::test::withNul("69"));
+    const auto with = [before](std::vector<std::string> steps) {
+        steps.insert(steps.begin(), before.begin(), before.end());
+        return steps;
+    };
+    const std::string p = path;
+    rows.push_back({n, "open_" + site, "EIO", 0xA5A3, true, [=](Context& c) {
+                        perWriteFails<LedSysfs>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Open, EIO); }, openFailed,
+                            with({"open " + p + " -> -1"}), "49");
+                    }});
+    rows.push_back({n, "open_" + site, "EINTRRetried", 0xA5A3, true, [=](Context& c) {
+                        perWriteSucceeds<LedSysfs>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Open, EINTR, 2); },
+                            {"open " + p + " -> -1", "open " + p + " -> -1", "open " + p, "write " + p + " " + text,
+                             "close " + p});
+                    }});
+    rows.push_back({n, "open_" + site, "DescriptorZero", 0xA5A3, true, [=](Context& c) {
+                        perWriteFails<LedSysfs>(
+                            c, f, [&c, &p] { c.sandbox().zeroDescriptor(p); }, openFailed,
+                            with({"open " + p + " -> 0", "close "}), "49");
+                    }});
+    rows.push_back({n, "open_" + site, "MissingFile", 0xA5A3, true, [=](Context& c) {
+                        LedSysfs led;
+                        ASSERT_TRUE(led.init("led"));
+                        ASSERT_TRUE(led.setValue(50, false));
+                        c.sandbox().removeAttribute(p);
+                        c.sandbox().clearJournal();
+                        EXPECT_TRUE(led.setValue(70, false));
+                        EXPECT_THAT(c.sandbox().journal(p), IsEmpty());
+                        // An open, a write and a close of every other file.
+                        EXPECT_EQ(traceOf(c.sandbox().journal()).size(), (8u - 1u) * 3u);
+                        for (const char colour : {'R', 'G', 'B', 'W'}) {
+                            for (const std::string& file : {a5a3I2c(colour), a5a3Usb(colour)}) {
+                                if (file != p) {
+                                    EXPECT_EQ(c.board.value(file), colour == 'R' ? "69" : "0") << file;
+                                }
+                            }
+                        }
+                        int stored = 0;
+                        EXPECT_TRUE(led.readValue(stored));
+                        EXPECT_EQ(stored, 69);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_" + site, "EIO", 0xA5A3, true, [=](Context& c) {
+                        perWriteFails<LedSysfs>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Write, EIO); }, writeFailed(EIO),
+                            with({"open " + p, "write " + p + " " + text + " -> -1", "close " + p}), "49");
+                    }});
+    rows.push_back({n, "write_" + site, "EINTRRetried", 0xA5A3, true, [=](Context& c) {
+                        perWriteSucceeds<LedSysfs>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Write, EINTR, 2); },
+                            {"open " + p, "write " + p + " " + text + " -> -1", "write " + p + " " + text + " -> -1",
+                             "write " + p + " " + text, "close " + p});
+                    }});
+    rows.push_back({n, "write_" + site, "ShortWrite", 0xA5A3, true, [=](Context& c) {
+                        perWriteFails<LedSysfs>(
+                            c, f, [&c, &p] { c.sandbox().shortWrite(p, 1); }, writeFailed(0),
+                            with({"open " + p, "write " + p + " " + text, "close " + p}), "6");
+                    }});
+    rows.push_back({n, "close_" + site, "EIO", 0xA5A3, true, [=](Context& c) {
+                        perWriteSucceeds<LedSysfs>(
+                            c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Close, EIO); },
+                            {"open " + p, "write " + p + " " + text, "close " + p + " -> -1"});
+                    }});
+}
+
+void addA5A3FileRows(std::vector<Row>& rows) {
+    const std::string text = orva::test::sysfs::shown(orva::test::withNul("69"));
+    const std::string i2c = a5a3I2c('R');
+    addA5A3Rows(rows, "i2c", i2c, {});
+    addA5A3Rows(rows, "usb", a5a3Usb('R'), {"open " + i2c, "write " + i2c + " " + text, "close " + i2c});
+}
+
+// ---- the infrared light's other outputs: the wide channel, the accessory IR and the white light ----
+
+const std::string kIrWide = "/sys/class/backlight/bogus_bus:pwm_bl@1/brightness";
+const std::string kPwmWhite = av::pwm(0);
+const std::string kPwmAccessory = av::pwm(1);
+const std::string kPwmWide = av::pwm(9);
+
+LedIr& asIr(BaseLed& led) { return static_cast<LedIr&>(led); }
+
+// 0xA598: the wide channel, the accessory IR and the white light are opened after the light
+// itself; the white light's level is at most 14900 ns, the accessory IR's 16200 ns.
+void addInfraredA598Rows(std::vector<Row>& rows) {
+    const std::string n = "LedIrA598";
+    const std::string source = "src/LedIr";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new LedIr()); };
+    const Expected range{source, "initGPIO", 6, 0, "IR led range is [0 99], step 1"};
+    addInitOpenRows(rows, n, "open_wide", 0xA598, true, make, kPwmWide, source, false, false, {}, {}, {range});
+    addInitOpenRows(rows, n, "open_accessory", 0xA598, true, make, kPwmAccessory, source, false, false, {}, {},
+                    {range});
+    addInitOpenRows(rows, n, "open_white", 0xA598, true, make, kPwmWhite, source, false, false, {}, {}, {range});
+    addWriteSiteRows(rows, {n, "write_white", 0xA598, true, make, nullptr, kPwmWhite, source, "setWhiteLedOnFd",
+                            "14900", [](BaseLed& led) { return asIr(led).setWhiteLedOn(true); }, {}, nullptr});
+    addWriteSiteRows(rows, {n, "write_accessory", 0xA598, true, make, nullptr, kPwmAccessory, source,
+                            "accessoryIrOnFd", "16200", [](BaseLed& led) { return asIr(led).accessoryIrOn(true); }, {},
+                            nullptr});
+    // A lower white level while the light is on is written at once; after a failed write the level
+    // is kept for the next switch-on.
+    addWriteSiteRows(rows, {n, "write_whitelevel", 0xA598, true, make,
+                            [](BaseLed& led) { ASSERT_TRUE(asIr(led).setWhiteLedOn(true)); }, kPwmWhite, source,
+                            "setMaxWhiteLedLevel", "100", [](BaseLed& led) { return asIr(led).setMaxWhiteLedLevel(100); },
+                            {}, [](Context& c, BaseLed& led) {
+                                EXPECT_TRUE(asIr(led).setWhiteLedOn(true));
+                                EXPECT_EQ(c.board.value(kPwmWhite), "100");
+                                EXPECT_THAT(c.log.records(), IsEmpty());
+                            }});
+    // setMaxWhiteLedLevel reads the white light first: a failed read fails it and writes nothing.
+    const auto levelReadFails = [source](Context& c, const std::function<void()>& inject, int error, int count) {
+        LedIr led;
+        ASSERT_TRUE(led.init("ir"));
+        ASSERT_TRUE(led.setWhiteLedOn(true));
+        const int fd = openedFd(c, kPwmWhite);
+        c.log.clear();
+        c.sandbox().clearJournal();
+        inject();
+        errno = 0;
+        EXPECT_FALSE(led.setMaxWhiteLedLevel(100));
+        EXPECT_THAT(c.log.records(), ElementsAre(Expected{source, "setMaxWhiteLedLevel", 3, error,
+                                                          "Failed to read from proc entry " + hex(fd) +
+                                                              ", num bytes read " + std::to_string(count)}));
+        EXPECT_THAT(callsOn(c, kPwmWhite, Call::Write), IsEmpty());
+        EXPECT_EQ(c.board.value(kPwmWhite), "14900");
+    };
+    rows.push_back({n, "read_whitelevel", "EIO", 0xA598, true, [levelReadFails](Context& c) {
+                        levelReadFails(c, [&c] { c.sandbox().failCalls(kPwmWhite, Call::Read, EIO); }, EIO, -1);
+                    }});
+    rows.push_back({n, "read_whitelevel", "EINTRRetried", 0xA598, true, [range](Context& c) {
+                        LedIr led;
+                        ASSERT_TRUE(led.init("ir"));
+                        ASSERT_TRUE(led.setWhiteLedOn(true));
+                        c.sandbox().failCalls(kPwmWhite, Call::Read, EINTR, 2);
+                        EXPECT_TRUE(led.setMaxWhiteLedLevel(100));
+                        EXPECT_EQ(callsOn(c, kPwmWhite, Call::Read).size(), 3u);
+                        EXPECT_EQ(c.board.value(kPwmWhite), "100");
+                        EXPECT_THAT(c.log.records(), ElementsAre(range));
+                    }});
+    rows.push_back({n, "read_whitelevel", "EmptyRead", 0xA598, true, [levelReadFails](Context& c) {
+                        levelReadFails(c, [&c] { c.sandbox().emptyRead(kPwmWhite); }, 0, 0);
+                    }});
+    // Every output is closed with the face, whichever close fails.
+    addCloseRow(rows, n, 0xA598, true, make, kPwmWhite, 4u);
+}
+
+// 0xA5A4: the tele and wide channels fade together, one unit per pass; the wide channel takes the
+// complement of the tele channel (user 20 is 19 and 80, user 21 is 20 and 79).
+void addInfraredA5A4Rows(std::vector<Row>& rows) {
+    const std::string n = "LedIrA5A4";
+    const std::string source = "src/LedIr";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new LedIr()); };
+    const Expected range{source, "initGPIO", 6, 0, "IR led range is [0 99], step 1"};
+    addInitOpenRows(rows, n, "open_wide", 0xA5A4, true, make, kIrWide, source, false, false, {}, {}, {range});
+    const std::vector<Expected> fadeInfo{{source, "fadeInOut", 6, 0, "Set Tele IR PWM Duty Cycle=20"},
+                                         {source, "fadeInOut", 6, 0, "Set Wide IR PWM Duty Cycle=79"}};
+    // A step write of one channel fails: the fade stops there, the value fails, and the face keeps
+    // user 20 (asking for it again writes nothing).
+    const auto stepFails = [source, fadeInfo](Context& c, const std::string& path, const std::string& text,
+                                              const char* which, const std::function<void()>& inject, int error,
+                                              const std::string& fileAfter) {
+        LedIr led;
+        ASSERT_TRUE(led.init("ir"));
+        ASSERT_TRUE(led.setValue(20, false));
+        ASSERT_EQ(c.board.value(kIrBacklight), "19");
+        ASSERT_EQ(c.board.value(kIrWide), "80");
+        const int fd = openedFd(c, path);
+        c.log.clear();
+        c.sandbox().clearJournal();
+        inject();
+        errno = 0;
+        EXPECT_FALSE(led.setValue(21, false));
+        std::vector<Expected> expected = fadeInfo;
+        expected.push_back({source, "operator()", 3, error, "Failed to write '" + text + "' to proc entry " + hex(fd)});
+        expected.push_back({source, "fadeInOut", 3, 0, std::string("fadeInOut stepWrite ") + which + " fail"});
+        expected.push_back({source, "writeValue", 3, 0, "fadeInOut fail"});
+        expected.push_back(kBaseLedWriteFailed);
+        EXPECT_THAT(c.log.records(), ::testing::ElementsAreArray(expected));
+        EXPECT_EQ(c.board.value(path), fileAfter);
+        c.sandbox().clearJournal();
+        EXPECT_TRUE(led.setValue(20, false));
+        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+    };
+    const auto stepRetried = [fadeInfo](Context& c, const std::string& path, const std::string& text) {
+        LedIr led;
+        ASSERT_TRUE(led.init("ir"));
+        ASSERT_TRUE(led.setValue(20, false));
+        c.log.clear();
+        c.sandbox().failCalls(path, Call::Write, EINTR, 2);
+        c.sandbox().clearJournal();
+        EXPECT_TRUE(led.setValue(21, false));
+        const auto writes = callsOn(c, path, Call::Write);
+        ASSERT_EQ(writes.size(), 3u);
+        EXPECT_EQ(writes[1].error, EINTR);
+        EXPECT_EQ(writes[2].bytes, orva::test::withNul(text));
+        EXPECT_EQ(c.board.value(kIrBacklight), "20");
+        EXPECT_EQ(c.board.value(kIrWide), "79");
+        EXPECT_THAT(c.log.records(), ::testing::ElementsAreArray(fadeInfo));
+    };
+    const std::vector<std::tuple<std::string, std::string, std::string, const char*, std::string>> channels = {
+        {"write_fadetele", kIrBacklight, "20", "IR1", "19"}, {"write_fadewide", kIrWide, "79", "IR2", "80"}};
+    for (const auto& [site, path, text, which, before] : channels) {
+        const std::string p = path, t = text, b = before;
+        const char* w = which;
+        rows.push_back({n, site, "EIO", 0xA5A4, true, [=](Context& c) {
+                            stepFails(c, p, t, w, [&c, &p] { c.sandbox().failCalls(p, Call::Write, EIO); }, EIO, b);
+                        }});
+        rows.push_back({n, site, "EINTRRetried", 0xA5A4, true, [=](Context& c) { stepRetried(c, p, t); }});
+        rows.push_back({n, site, "ShortWrite", 0xA5A4, true, [=](Context& c) {
+                            stepFails(c, p, t, w, [&c, &p] { c.sandbox().shortWrite(p, 1); }, 0, t.substr(0, 1));
+                        }});
+    }
+    addCloseRow(rows, n, 0xA5A4, true, make, kIrWide, 2u);
+}
+
+// ---- the KTD20xx ring: the brightness nodes and the mode node's refresh ----
+
+void addKtdNodeRows(std::vector<Row>& rows) {
+    const std::string n = "Ktd2061LedFace";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new Ktd2061LedFace()); };
+    const size_t first = rows.size();
+    // Red at full value on 0xA598: the colour chip's brightness node follows its first pattern node.
+    addWriteSiteRows(rows, {n, "write_brightness", 0xA598, true, make,
+                            [](BaseLed& led) { ASSERT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK)); },
+                            "/sys/class/leds/ktd2061/brightness", kKtdSource, "update", "99",
+                            [](BaseLed& led) { return led.setValue(100, false); }, {kBaseLedWriteFailed},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_TRUE(led.setValue(100, false));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    // The off mode is written again from service() once a minute has passed: a failure is logged
+    // and the next attempt waits another minute.
+    const std::string mode = "/sys/class/leds/ktd2052/mode";
+    const auto refreshFails = [make, mode](Context& c, const std::function<void()>& inject, int error,
+                                           const std::string& fileAfter) {
+        std::unique_ptr<BaseLed> face = make();
+        ASSERT_TRUE(face->init("ring"));
+        auto& ring = static_cast<Ktd2061LedFace&>(*face);
+        c.board.advanceMs(61000);
+        const int fd = openedFd(c, mode);
+        c.sandbox().setValue(mode, "2");
+        c.log.clear();
+        c.sandbox().clearJournal();
+        inject();
+        errno = 0;
+        EXPECT_TRUE(ring.service());
+        EXPECT_THAT(c.log.records(),
+                    ElementsAre(Expected{kKtdSource, "refreshMode", 3, error,
+                                         "Failed to write '0' to proc entry " + hex(fd)}));
+        EXPECT_EQ(c.board.value(mode), fileAfter);
+        c.sandbox().clearJournal();
+        c.board.advanceMs(60000);
+        EXPECT_TRUE(ring.service());
+        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+        c.board.advanceMs(1);
+        EXPECT_TRUE(ring.service());
+        EXPECT_EQ(callsOn(c, mode, Call::Write).size(), 1u);
+        EXPECT_EQ(c.board.value(mode), "0");
+    };
+    rows.push_back({n, "write_moderefresh", "EIO", 0xA5A6, true, [refreshFails, mode](Context& c) {
+                        refreshFails(c, [&c, &mode] { c.sandbox().failCalls(mode, Call::Write, EIO); }, EIO, "2");
+                    }});
+    rows.push_back({n, "write_moderefresh", "EINTRRetried", 0xA5A6, true, [make, mode](Context& c) {
+                        std::unique_ptr<BaseLed> face = make();
+                        ASSERT_TRUE(face->init("ring"));
+                        c.board.advanceMs(61000);
+                        c.sandbox().setValue(mode, "2");
+                        c.log.clear();
+                        c.sandbox().clearJournal();
+                        c.sandbox().failCalls(mode, Call::Write, EINTR, 2);
+                        EXPECT_TRUE(static_cast<Ktd2061LedFace&>(*face).service());
+                        const auto writes = callsOn(c, mode, Call::Write);
+                        ASSERT_EQ(writes.size(), 3u);
+                        EXPECT_EQ(writes[1].error, EINTR);
+                        EXPECT_EQ(writes[2].bytes, orva::test::withNul("0"));
+                        EXPECT_EQ(c.board.value(mode), "0");
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "write_moderefresh", "ShortWrite", 0xA5A6, true, [refreshFails, mode](Context& c) {
+                        // The one byte taken is the whole digit.
+                        refreshFails(c, [&c, &mode] { c.sandbox().shortWrite(mode, 1); }, 0, "0");
+                    }});
+    for (size_t i = first; i < rows.size(); ++i) rows[i].keptOpen = rows[i].sysid == 0xA598 ? 18 : 19;
+}
+
 // ---- the matrix ----
 
 // Every subject and its system call sites. A subject without sites makes no system call.
@@ -1760,25 +2400,35 @@ const std::vector<Subject>& subjects() {
         {"EnclosureDetButton", {"open", "read", "close"}},
         {"DCCableDetector", {"open", "read", "close"}},
         {"ResetShmemButtonCase", {"shmget", "shmat", "shmctl", "shmdt"}},
-        {"ResetButtonCase", {"open", "read", "shmget"}},
+        {"ResetButtonCase", {"open", "read", "shmget", "shmat", "shmctl", "shmdt", "close"}},
         {"LedFace", {"open", "read", "write", "close"}},
         {"GreenLedFace", {"open", "write", "write_colour", "close"}},
+        {"GreenLedFaceA574", {"open", "write", "write_colour", "close"}},
         {"LedGlow", {"open", "write_startdark", "read", "write", "close"}},
+        {"LedGlowTorchA574", {"open", "write_torchzero", "write_startdark", "read", "write", "close"}},
         {"LedSysfsA5A0", {"open", "write", "close"}},
         {"LedSysfsA597", {"read_secondunit"}},
+        {"LedSysfsA5A3", {"open_i2c", "write_i2c", "close_i2c", "open_usb", "write_usb", "close_usb"}},
         {"UartcliLedFace", {"exec_takecontrol", "exec_releasecontrol", "exec_setcolour", "open", "write", "close"}},
         {"CompoundLedFace",
-         {"open_channel", "open_trigger", "write_dark", "write_trigger", "write_value", "write_colour", "read", "close"}},
+         {"open_channel", "open_bluechannel", "open_brightness", "open_colourfg", "open_colourbg", "open_trigger",
+          "write_dark", "write_darkblue", "write_trigger", "write_value", "write_colour", "write_colourbg",
+          "write_channel", "read", "close"}},
         {"RgbLedFace",
-         {"open_brightness", "open_trigger", "open_animtrigger", "write_trigger", "write_value", "write_colour",
-          "write_animcolour", "write_animdensity", "write_animstep", "read", "close"}},
+         {"open_brightness", "open_colourfg", "open_colourbg", "open_trigger", "open_animdensity", "open_animcolourfg",
+          "open_animcolourbg", "open_animtrigger", "write_trigger", "write_value", "write_colour", "write_colourbg",
+          "write_animcolour", "write_animcolourbg", "write_animdensity", "write_animstep", "read", "close"}},
         {"MulticolorLedFace", {"open", "write_brightness", "write_intensity", "close"}},
-        {"Ktd2061LedFace", {"open", "write_pattern", "write_mode"}},
+        {"Ktd2061LedFace", {"open", "write_pattern", "write_brightness", "write_mode", "write_moderefresh"}},
         {"LedPower", {}},
         {"McuLedFace", {}},
         {"LedPhy", {"mdioinit", "mdioread", "mdioread_save", "mdiowrite"}},
         {"LedIrA532", {"exec"}},
         {"LedIrA533", {"open", "read_init", "write", "read", "close"}},
+        {"LedIrA598",
+         {"open_wide", "open_accessory", "open_white", "write_white", "write_accessory", "read_whitelevel",
+          "write_whitelevel", "close"}},
+        {"LedIrA5A4", {"open_wide", "write_fadetele", "write_fadewide", "close"}},
     };
     return all;
 }
@@ -1791,22 +2441,33 @@ std::vector<Row> allRows() {
     addButtonRows<DCCableDetector>(rows, "DCCableDetector", 0xA5C0, "/proc/gpio/dcpowered");
     addShmemRows(rows);
     addResetCaseRows(rows);
+    addResetCaseSegmentRows(rows);
     addKeptFileRows<LedFace>(rows, kFrontLight, true);
     addKeptFileRows<GreenLedFace>(rows, kGreenLed, false);
     addGreenColourRows(rows);
+    addKeptFileRows<GreenLedFace>(rows, kGreenLedA574, false);
+    addGreenA574ColourRows(rows);
     addKeptFileRows<LedGlow>(rows, kGlow, true);
     addGlowStartDarkRows(rows);
+    addKeptFileRows<LedGlow>(rows, kTorchGlow, true);
+    addTorchGlowRows(rows);
     addPerWriteRows<LedSysfs>(rows, kSysfsRed);
     addLp5012ReadRows(rows);
+    addA5A3FileRows(rows);
     addPerWriteRows<UartcliLedFace>(rows, kUartcliWhite);
     addUartcliToolRows(rows);
     addAvRows(rows);
+    addAvFileRows(rows);
     addRgbRows(rows);
+    addRgbFileRows(rows);
     addMulticolourRows(rows);
     addKtdRows(rows);
+    addKtdNodeRows(rows);
     addPhyRows(rows);
     addInfraredRows(rows);
     addInfraredFileRows(rows);
+    addInfraredA598Rows(rows);
+    addInfraredA5A4Rows(rows);
     return rows;
 }
 
@@ -1818,20 +2479,25 @@ const std::vector<Row>& rows() {
 // The number of cells: for each subject, the sum over its sites of the faults of the site's kind.
 constexpr size_t kMatrixSize = 4 * (4 + 3 + 1)    // the four proc-entry buttons
                                + 4                  // the shared-memory reset button
-                               + (4 + 3 + 1)        // the reset button case: the entry or the segment
+                               + (4 + 3 + 1 + 4 * 1)  // the reset button case: the entry or the segment
                                + (4 + 3 + 3 + 1)    // LedFace
                                + (4 + 3 + 3 + 1)    // GreenLedFace
+                               + (4 + 3 + 3 + 1)    // GreenLedFace on 0xA574
                                + (4 + 3 + 3 + 3 + 1)  // LedGlow
+                               + (4 + 3 + 3 + 3 + 3 + 1)  // LedGlow on a torch board
                                + (4 + 3 + 1)        // LedSysfs on 0xA5A0
                                + 3                  // LedSysfs on 0xA597, second LP5012 unit
+                               + 2 * (4 + 3 + 1)    // LedSysfs on 0xA5A3: the I2C and the USB file
                                + (3 * 3 + 4 + 3 + 1)  // UartcliLedFace
-                               + (4 + 4 + 3 + 3 + 3 + 3 + 3 + 1)  // CompoundLedFace
-                               + (3 * 4 + 6 * 3 + 3 + 1)  // RgbLedFace
+                               + (6 * 4 + 7 * 3 + 3 + 1)  // CompoundLedFace
+                               + (8 * 4 + 8 * 3 + 3 + 1)  // RgbLedFace
                                + (4 + 3 + 3 + 1)    // MulticolorLedFace
-                               + (4 + 3 + 3)        // Ktd2061LedFace
+                               + (4 + 4 * 3)        // Ktd2061LedFace
                                + 4                  // LedPhy
                                + 3                  // LedIr on 0xA532: the factory tool
-                               + (4 + 3 + 3 + 3 + 1);  // LedIr on 0xA533: one backlight
+                               + (4 + 3 + 3 + 3 + 1)  // LedIr on 0xA533: one backlight
+                               + (3 * 4 + 3 * 3 + 3 + 1)  // LedIr on 0xA598: wide, accessory and white outputs
+                               + (4 + 2 * 3 + 1);   // LedIr on 0xA5A4: two channels fading together
 
 class FaultMatrix : public ::testing::TestWithParam<Row> {};
 
