@@ -6,6 +6,10 @@
 // PHY) must be used by some face or button.
 #include <cinttypes>
 #include <cstdio>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <sstream>
 #include <set>
 #include <strings.h>
 #include <string>
@@ -29,6 +33,12 @@ struct ProfiledBoard {
     uint32_t sysid;
     std::string variant;
 };
+
+void PrintTo(const ProfiledBoard& board, std::ostream* out) {
+    char text[16];
+    snprintf(text, sizeof(text), "0x%04" PRIX32, board.sysid);
+    *out << text << (board.variant.empty() ? "" : " variant " + board.variant);
+}
 
 std::vector<ProfiledBoard> profiledBoards() {
     std::vector<ProfiledBoard> boards;
@@ -88,6 +98,33 @@ std::string missingFiles(const SurveyItem& item) {
     return text.empty() ? std::string(" (none)") : text;
 }
 
+// The board's row of the README's table of faces and buttons by board: what works on the board and
+// uses something of it (a file, a program, the PHY, the segment), LEDs then buttons.
+std::string readmeRow(const ProfiledBoard& board, const BoardSurveyResult& survey) {
+    char label[64];
+    snprintf(label, sizeof(label), "0x%04" PRIX32 "%s%s%s", board.sysid, board.variant.empty() ? "" : " `--variant ",
+             board.variant.c_str(), board.variant.empty() ? "" : "`");
+    std::string row = std::string("| ") + label + " |";
+    for (const SurveyItem::Kind kind : {SurveyItem::Kind::Led, SurveyItem::Kind::Button}) {
+        std::string cell;
+        for (const SurveyItem& item : survey.items) {
+            if (item.kind != kind || !item.usable) continue;
+            bool usesSomething = false;
+            for (const SurveyResource& resource : item.resources) usesSomething = usesSomething || resource.exists;
+            if (usesSomething) cell += (cell.empty() ? " `" : ", `") + item.className + "`";
+        }
+        row += (cell.empty() ? std::string(" none") : cell) + " |";
+    }
+    return row;
+}
+
+std::string readmeText() {
+    std::ifstream in(ORVA_README);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
 // Checks one board; runs in a fresh process (the library keeps some state per process).
 void checkBoard(const ProfiledBoard& board) {
     const BoardProfile profile = BoardProfile::load(board.sysid, board.variant);
@@ -131,6 +168,10 @@ void checkBoard(const ProfiledBoard& board) {
             << label << ": the profile gives " << attribute.path << ", but no face or button uses "
             << deviceOf(attribute.path);
     }
+    const std::string row = readmeRow(board, survey);
+    EXPECT_NE(readmeText().find("\n" + row + "\n"), std::string::npos)
+        << label << ": the README's table of faces and buttons by board needs the row\n" << row;
+
     for (const BoardProfile::Segment& segment : profile.segments) {
         char key[16];
         snprintf(key, sizeof(key), "0x%X", static_cast<unsigned>(segment.key));
@@ -167,6 +208,71 @@ TEST(BoardProfileConsistencyList, EveryProfileFileIsABoardOrAVariant) {
     EXPECT_GE(boards.size(), 32u);
     std::set<std::string> names;
     for (const ProfiledBoard& board : boards) EXPECT_TRUE(names.insert(boardLabel(board)).second) << boardLabel(board);
+}
+
+// The lines of the README table that starts with `header`, up to the first line that is not a row.
+std::vector<std::string> tableRows(const std::string& readme, const std::string& header) {
+    std::vector<std::string> rows;
+    size_t at = readme.find("\n" + header + "\n");
+    if (at == std::string::npos) return rows;
+    at = readme.find('\n', readme.find('\n', at + 1) + 1) + 1;  // past the header and the rule
+    while (at < readme.size() && readme[at] == '|') {
+        const size_t end = readme.find('\n', at);
+        rows.push_back(readme.substr(at, end - at));
+        at = end + 1;
+    }
+    return rows;
+}
+
+std::vector<std::string> cells(const std::string& row) {
+    std::vector<std::string> parts;
+    std::stringstream in(row.substr(1));
+    std::string cell;
+    while (std::getline(in, cell, '|')) parts.push_back(cell);
+    return parts;
+}
+
+std::set<std::string> matches(const std::string& text, const std::regex& pattern) {
+    std::set<std::string> found;
+    for (auto it = std::sregex_iterator(text.begin(), text.end(), pattern); it != std::sregex_iterator(); ++it) {
+        found.insert((*it)[1].str());
+    }
+    return found;
+}
+
+// The table of LED faces names, for each face, the boards that the table by board (checked
+// against the survey above) gives it; a face found on no board says "every board" or "none".
+TEST(ReadmeBoardTables, EachFaceNamesTheBoardsOfTheTableByBoard) {
+    const std::string readme = readmeText();
+    const std::vector<std::string> faceRows = tableRows(readme, "| class | what it drives | boards |");
+    const std::vector<std::string> boardRows = tableRows(readme, "| board | LED faces | buttons and detectors |");
+    ASSERT_GE(faceRows.size(), 13u);
+    ASSERT_EQ(boardRows.size(), profiledBoards().size());
+    const std::regex sysid("(0x[0-9A-F]{4})");
+    const std::regex className("`([A-Za-z0-9]+)`");
+    std::map<std::string, std::set<std::string>> boardsOf;
+    for (const std::string& row : boardRows) {
+        const std::vector<std::string> parts = cells(row);
+        ASSERT_EQ(parts.size(), 3u) << row;
+        const std::set<std::string> board = matches(parts[0], sysid);
+        ASSERT_EQ(board.size(), 1u) << row;
+        for (const std::string& face : matches(parts[1], className)) boardsOf[face].insert(*board.begin());
+    }
+    for (const std::string& row : faceRows) {
+        const std::vector<std::string> parts = cells(row);
+        ASSERT_EQ(parts.size(), 3u) << row;
+        const std::set<std::string> face = matches(parts[0], className);
+        ASSERT_EQ(face.size(), 1u) << row;
+        const std::string& name = *face.begin();
+        const std::string boards = parts[2];
+        if (boardsOf.count(name) == 0) {
+            EXPECT_TRUE(boards.find(" every board") == 0 || boards == " none ") << name << ": " << boards;
+        } else {
+            EXPECT_EQ(matches(boards, sysid), boardsOf[name]) << name << ": " << boards;
+        }
+        boardsOf.erase(name);
+    }
+    for (const auto& missing : boardsOf) ADD_FAILURE() << missing.first << " has no row in the table of LED faces";
 }
 
 }  // namespace

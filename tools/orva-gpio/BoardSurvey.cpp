@@ -36,8 +36,9 @@
 #include "orva_gpio_utils/RingButton.h"
 #include "orva_gpio_utils/UartcliLedFace.h"
 
-// The camera build of the tool has no simulator: the survey then only initialises on the real files.
-#if __has_include("orva/sim/SimBoard.h")
+// The camera build of the tool has no simulator (ORVA_TOOL_SIMULATOR 0): the survey then only
+// initialises on the real files.
+#if ORVA_TOOL_SIMULATOR
 #define ORVA_SURVEY_SIMULATOR 1
 #include "orva/sim/Mdio.h"
 #include "orva/sim/Programs.h"
@@ -300,11 +301,17 @@ std::string phaseAt(const std::vector<Phase>& phases, size_t index) {
     return name;
 }
 
-bool allZero(const std::string& bytes) {
+// A level written as decimal text ("39\0", "0 255 0") that is not all zero.
+bool litLevel(const std::string& bytes) {
+    bool lit = false;
     for (const char c : bytes) {
-        if (c != '0' && c != ' ' && c != '\n' && c != '\0') return false;
+        if (c >= '1' && c <= '9') {
+            lit = true;
+        } else if (c != '0' && c != ' ' && c != '\n' && c != '\0') {
+            return false;
+        }
     }
-    return true;
+    return lit;
 }
 
 void readResources(SurveyItem& item, const std::vector<JournalEntry>& journal, const std::vector<Phase>& phases,
@@ -331,7 +338,7 @@ void readResources(SurveyItem& item, const std::vector<JournalEntry>& journal, c
             if (entry.call == Call::Read) resource.read = true;
             if (entry.call == Call::Write) {
                 resource.written = true;
-                if (phase != "value" && phase != "init" && !allZero(entry.bytes)) {
+                if (phase != "value" && phase != "init" && litLevel(entry.bytes)) {
                     std::vector<std::string>& phasesLit = litIn[entry.path];
                     if (std::find(phasesLit.begin(), phasesLit.end(), phase) == phasesLit.end()) phasesLit.push_back(phase);
                 }
