@@ -165,6 +165,8 @@ private:
     std::vector<std::string> errors_;
 };
 
+#if ORVA_SURVEY_SIMULATOR
+
 // The operations a face is put through on a simulated board, so that files it opens only to write
 // (colour files, the white light, animation attributes) show up too. Journal positions mark where
 // each phase starts, for the roles.
@@ -274,8 +276,6 @@ std::string ringNodeOf(const std::string& face, const std::string& path) {
     if (name == "brightness" || name == "mode" || name == "max_brightness" || name == "trigger") return std::string();
     return path;
 }
-
-#if ORVA_SURVEY_SIMULATOR
 
 using orva::sim::Call;
 using orva::sim::JournalEntry;
