@@ -1,13 +1,16 @@
-// The command line of orva-gpio, parsed and checked without touching a board. Input: the words of
-// the command line separated by NUL bytes. The options go through parseOptions; a led command has
-// its face and steps checked; every word also goes through the number, range, board and colour
-// readers and the step splitter. Bad input must come out as UsageError and nothing else.
+// The command line of orva-gpio, read and checked without touching a board. Input: the words of
+// the command line separated by NUL bytes. The whole line goes through the tool's own parser in
+// check mode (every command's options; a led command's face and every step of any face, its own
+// verbs included; a button command's name, verb and watch options) and must come out as a status
+// (0 fine, 2 usage, nothing else); every word also goes through the number, range, board and colour
+// readers and the step splitter, where bad input must come out as UsageError and nothing else.
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "Commands.h"
+#include "CommandLine.h"
+#include "LedCommand.h"
 #include "LedFaces.h"
 #include "Options.h"
 
@@ -46,12 +49,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
 
-    refusedOnlyAsUsage([&] {
-        const Options options = parseOptions(static_cast<int>(argv.size() - 1), argv.data());
-        if (!options.command.empty() && options.command[0] == "led") {
-            checkLedCommand(std::vector<std::string>(options.command.begin() + 1, options.command.end()));
-        }
-    });
+    // Check mode never acts: a status of 1 would mean something was attempted.
+    const int status = runCommandLine(static_cast<int>(argv.size() - 1), argv.data(), true);
+    if (status != 0 && status != 2) __builtin_trap();
+
+    // The led command's words straight, so that faces and steps are reached without the options.
+    refusedOnlyAsUsage([&] { checkLedWords(arguments); });
     for (const std::string& word : arguments) {
         refusedOnlyAsUsage([&] {
             const int value = parseInRange(word, "the value", -100, 100);

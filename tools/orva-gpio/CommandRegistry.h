@@ -24,6 +24,7 @@ struct GlobalOptions {
     std::vector<std::pair<std::string, std::string>> keys;  // --key KEY=VALUE, in order given
     bool json = false;          // one JSON object per line: per kernel call, per log record, per result
     bool quiet = false;         // results only
+    bool checkOnly = false;     // parse and check the whole command, then return 0 touching nothing
 };
 
 struct CommandRow {

@@ -1,8 +1,8 @@
-// The command groups of orva-gpio. Each takes the words after its group name, prints what it did
-// and returns the exit status; bad input throws UsageError.
+// What the led and button commands hand to the faces and inputs they drive.
 #pragma once
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,30 +14,23 @@ class SimBoard;
 
 namespace orva::tool {
 
+class Session;
+
 struct Context {
     orva::sim::SimBoard* board = nullptr;  // null on real hardware
-    FILE* out = stdout;
+    FILE* out = stdout;                    // where state lines go (Session::state captures them)
+    bool terminal = false;                 // the output is a terminal (colour cells for rings)
+    Session* session = nullptr;
+    // A second face a step works through (the glow light switches the white LED through the infrared
+    // face); released with the face, so that its descriptors close while the calls are shown.
+    std::shared_ptr<void> companion;
 };
 
-int runLedCommand(const std::vector<std::string>& words, Context& context);
-// Reads and checks the words of a led command as runLedCommand does before it makes the face;
-// throws UsageError for what runLedCommand refuses.
-void checkLedCommand(const std::vector<std::string>& words);
-// One line per LED face: "front   front light".
+// One line per LED face: "  front        front light".
 std::string ledFaceList();
-// One line per step of the led command.
+// One line per verb of the led command.
 std::string ledVerbList();
-
-// "ir [--hwrev N] [--sstar] STEP [then STEP ...]": the infrared light, white light and accessory IR.
-int runIrCommand(const std::vector<std::string>& words, Context& context);
-
-// "white STEP [then STEP ...]": the white LED through the infrared face (on/off, level) and the glow
-// light (dimming) together.
-int runWhiteCommand(const std::vector<std::string>& words, Context& context);
-
-// "button NAME watch|press|release": events of one button or detector, or its simulated input.
-int runButtonCommand(const std::vector<std::string>& words, Context& context);
-// One line per button: "reset   reset button".
+// One line per button: "  reset        reset button".
 std::string buttonList();
 
 }  // namespace orva::tool

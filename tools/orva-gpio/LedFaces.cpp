@@ -1,8 +1,8 @@
 #include "LedFaces.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
-#include <unistd.h>
 
 #include "Options.h"
 
@@ -74,8 +74,7 @@ std::string ringText(const std::vector<Cell>& cells, bool terminal) {
 }
 
 void printRing(Context& context, const char* label, const std::vector<Cell>& cells) {
-    const bool terminal = isatty(fileno(context.out)) == 1;
-    fprintf(context.out, "  %-10s %s\n", label, ringText(cells, terminal).c_str());
+    fprintf(context.out, "  %-10s %s\n", label, ringText(cells, context.terminal).c_str());
 }
 
 BaseLed::Color parseColor(const std::string& text) {
@@ -88,6 +87,18 @@ BaseLed::Color parseColor(const std::string& text) {
         return static_cast<BaseLed::Color>(parseInt(text, "a colour"));
     }
     throw UsageError{"not a colour: '" + text + "' (red, green, blue, white, white_red, ... or a number)"};
+}
+
+std::vector<std::string> colorNames() {
+    std::vector<std::string> names;
+    for (int color = BaseLed::COLOR_BLACK; color <= BaseLed::COLOR_WHITE_MAGENTA; ++color) names.push_back(kColorNames[color]);
+    return names;
+}
+
+int parseSwitch(const std::string& word, const std::string& what) {
+    if (word == "on") return 1;
+    if (word == "off") return 0;
+    throw UsageError{what + " takes on or off, not '" + word + "'"};
 }
 
 const char* colorName(int color) {

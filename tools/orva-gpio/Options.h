@@ -7,23 +7,11 @@
 
 namespace orva::tool {
 
-struct Options {
-    bool help = false;
-    bool listBoards = false;
-    uint32_t board = 0;         // simulated board; 0 = none given
-    std::string variant;        // hardware variant of the simulated board ("" = its main profile)
-    std::string sandbox;        // sandbox directory to keep (empty: a temporary one)
-    bool reuseSandbox = false;  // attach to a sandbox built by an earlier invocation
-    std::vector<std::string> command;  // e.g. {"led", "front", "set", "40"}
-};
-
-// Thrown for bad input; main prints the message and the usage and exits with status 2.
+// Thrown for bad input; main prints the message and a pointer to --help and exits with status 2.
 struct UsageError {
     std::string message;
 };
 
-Options parseOptions(int argc, char** argv);
-std::string usageText();
 // "0xA533", "a533", "A533" -> 0xA533; throws UsageError.
 uint32_t parseBoard(const std::string& text);
 // A whole decimal int; throws UsageError naming what.

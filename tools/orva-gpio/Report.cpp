@@ -4,19 +4,11 @@
 #include <cstring>
 #include <fcntl.h>
 
+#if ORVA_TOOL_SIMULATOR
 #include "orva/sim/Mdio.h"
+#endif
 
 namespace orva::tool {
-
-LogCollector::LogCollector() {
-    orva::host::setLogEcho(false);
-    orva::host::setLogSink([this](const orva::host::LogRecord& record) { records_.push_back(record); });
-}
-
-LogCollector::~LogCollector() {
-    orva::host::setLogSink(nullptr);
-    orva::host::setLogEcho(true);
-}
 
 std::string escapeBytes(const std::string& bytes) {
     std::string text;
@@ -40,6 +32,7 @@ std::string escapeBytes(const std::string& bytes) {
     return text;
 }
 
+#if ORVA_TOOL_SIMULATOR
 namespace {
 
 std::string openFlags(int flags) {
@@ -57,13 +50,6 @@ std::string openFlags(int flags) {
 std::string outcome(const orva::sim::JournalEntry& entry) {
     if (entry.result < 0) return "-1 (" + std::string(strerror(entry.error)) + ")";
     return std::to_string(entry.result);
-}
-
-// Reads that differ only in their time.
-bool sameRead(const orva::sim::JournalEntry& a, const orva::sim::JournalEntry& b) {
-    return a.call == orva::sim::Call::Read && b.call == orva::sim::Call::Read && a.path == b.path && a.fd == b.fd &&
-           a.offset == b.offset && a.count == b.count && a.bytes == b.bytes && a.result == b.result &&
-           a.error == b.error;
 }
 
 }  // namespace
@@ -120,31 +106,6 @@ std::string describe(const orva::sim::JournalEntry& entry) {
     return line;
 }
 
-void printJournal(FILE* out, const std::vector<orva::sim::JournalEntry>& journal) {
-    fprintf(out, "kernel calls (virtual time):\n");
-    if (journal.empty()) fprintf(out, "  (none)\n");
-    for (size_t i = 0; i < journal.size(); ++i) {
-        const orva::sim::JournalEntry& entry = journal[i];
-        fprintf(out, "  [%5llu.%03llu ms] %s\n", static_cast<unsigned long long>(entry.timeUs / 1000),
-                static_cast<unsigned long long>(entry.timeUs % 1000), describe(entry).c_str());
-        // A polled input repeats the same read many times: one line for the run of them.
-        size_t last = i;
-        while (last + 1 < journal.size() && sameRead(entry, journal[last + 1])) ++last;
-        if (last > i + 1) {
-            const uint64_t lastUs = journal[last].timeUs;
-            fprintf(out, "  ... %zu more identical reads, the last at [%5llu.%03llu ms]\n", last - i,
-                    static_cast<unsigned long long>(lastUs / 1000), static_cast<unsigned long long>(lastUs % 1000));
-            i = last;
-        }
-    }
-}
-
-void printLog(FILE* out, const std::vector<orva::host::LogRecord>& records) {
-    fprintf(out, "log records:\n");
-    if (records.empty()) fprintf(out, "  (none)\n");
-    for (const orva::host::LogRecord& record : records) {
-        fprintf(out, "  %s\n", orva::host::formatRecord(record).c_str());
-    }
-}
+#endif
 
 }  // namespace orva::tool

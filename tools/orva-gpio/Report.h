@@ -1,30 +1,19 @@
-// Readable output of what the library did: kernel calls from the simulator's journal and log records.
+// Readable output of what the library did: kernel calls from the simulator's journal.
 #pragma once
 
-#include <cstdio>
 #include <string>
-#include <vector>
 
-#include "orva/host_platform.h"
+#if ORVA_TOOL_SIMULATOR
 #include "orva/sim/Sandbox.h"
+#endif
 
 namespace orva::tool {
 
-// Collects log records while alive instead of printing them as they come.
-class LogCollector {
-public:
-    LogCollector();
-    ~LogCollector();
-    const std::vector<orva::host::LogRecord>& records() const { return records_; }
-
-private:
-    std::vector<orva::host::LogRecord> records_;
-};
-
 // "39\0" for the bytes '3' '9' NUL: printable bytes as they are, others escaped.
 std::string escapeBytes(const std::string& bytes);
+#if ORVA_TOOL_SIMULATOR
+// One line for a journaled call: "write /sys/... fd 3 @0 \"39\\0\" (3 bytes) -> 3".
 std::string describe(const orva::sim::JournalEntry& entry);
-void printJournal(FILE* out, const std::vector<orva::sim::JournalEntry>& journal);
-void printLog(FILE* out, const std::vector<orva::host::LogRecord>& records);
+#endif
 
 }  // namespace orva::tool

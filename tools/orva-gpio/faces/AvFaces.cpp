@@ -6,7 +6,9 @@
 #include <string>
 
 #include "LedFaces.h"
+#if ORVA_TOOL_SIMULATOR
 #include "orva/sim/SimBoard.h"
+#endif
 #include "orva_gpio_utils/CompoundLedFace.h"
 #include "orva_gpio_utils/RgbLedFace.h"
 
@@ -22,6 +24,7 @@ public:
     using CompoundLedFace::hasAvLed;
 };
 
+#if ORVA_TOOL_SIMULATOR
 // The value an attribute holds, or "(absent)".
 std::string attributeValue(orva::sim::SimBoard& board, const std::string& path) {
     if (!board.sandbox().hasAttribute(path)) return "(absent)";
@@ -56,7 +59,10 @@ std::string pathOf(orva::sim::SimBoard& board, int fd) {
     return path;
 }
 
+#endif
+
 void showAv(BaseLed& led, Context& context) {
+#if ORVA_TOOL_SIMULATOR
     if (context.board == nullptr) return;
     auto& face = static_cast<ShownCompoundLedFace&>(led);
     if (face.hasAvLed) printAvLed(context, false);
@@ -69,20 +75,30 @@ void showAv(BaseLed& led, Context& context) {
         fprintf(context.out, "  channel %-5s %s holds %s\n", colorName(color), path.c_str(),
                 path.empty() ? "(not open)" : attributeValue(*context.board, path).c_str());
     }
+#else
+    (void)led;
+    (void)context;
+#endif
 }
 
 void showRgb(BaseLed& led, Context& context) {
+#if ORVA_TOOL_SIMULATOR
     if (context.board == nullptr) return;
     printAvLed(context, led.isAnimSupported());
+#else
+    (void)led;
+    (void)context;
+#endif
 }
 
 const FaceRegistration kAv{
     {"av", "AV colour LED: AV LED class device and single-colour channels (PWM, backlight, KTD), 0..99",
-     [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<ShownCompoundLedFace>(); }, showAv}};
+     [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<ShownCompoundLedFace>(); }, showAv, {},
+     "isMark7sWithAP6203@0xA595"}};
 
 const FaceRegistration kRgb{
     {"rgb", "RGB LED on the AV LED class device: on/off, colours by name, driver animations on 0xA563 and 0xEC70",
-     [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<RgbLedFace>(); }, showRgb}};
+     [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<RgbLedFace>(); }, showRgb, {}, nullptr}};
 
 }  // namespace
 }  // namespace orva::tool

@@ -8,10 +8,10 @@ namespace {
 
 const FaceRegistration kFront{{"front", "front light (PWM backlight 0..99)",
                                [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<LedFace>(); },
-                               nullptr}};
+                               nullptr, {}, nullptr}};
 const FaceRegistration kPower{{"power", "power LED (no board has one)",
                                [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<LedPower>(); },
-                               nullptr}};
+                               nullptr, {}, nullptr}};
 
 }  // namespace
 }  // namespace orva::tool

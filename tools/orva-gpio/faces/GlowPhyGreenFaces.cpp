@@ -1,18 +1,24 @@
-// The glow light, the Ethernet PHY LED and the green status LED.
+// The glow light, the Ethernet PHY LED and the green status LED. The glow light shares the white
+// LED with the infrared face, which switches it on and off: its own verbs reach that face too.
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "LedFaces.h"
+#if ORVA_TOOL_SIMULATOR
 #include "orva/sim/Mdio.h"
 #include "orva/sim/SimBoard.h"
+#endif
 #include "orva_gpio_utils/GreenLedFace.h"
 #include "orva_gpio_utils/LedGlow.h"
+#include "orva_gpio_utils/LedIr.h"
 #include "orva_gpio_utils/LedPhy.h"
 
 namespace orva::tool {
 namespace {
 
+#if ORVA_TOOL_SIMULATOR
 // The first file the face opened (the runner makes one face, which opens its file in init).
 std::string firstOpened(Context& context) {
     for (const orva::sim::JournalEntry& entry : context.board->journal()) {
@@ -21,15 +27,23 @@ std::string firstOpened(Context& context) {
     return std::string();
 }
 
+#endif
+
 void showGlow(BaseLed& led, Context& context) {
+#if ORVA_TOOL_SIMULATOR
     if (context.board == nullptr || !led.exists()) return;
     const std::string path = firstOpened(context);
     if (path.empty()) return;
     fprintf(context.out, "  glow light %s holds %s (range 0..%d)\n", path.c_str(), context.board->value(path).c_str(),
             led.rangeMax());
+#else
+    (void)led;
+    (void)context;
+#endif
 }
 
 void showGreen(BaseLed& led, Context& context) {
+#if ORVA_TOOL_SIMULATOR
     if (context.board == nullptr) return;
     const std::string path = firstOpened(context);
     if (path.empty()) return;
@@ -37,8 +51,13 @@ void showGreen(BaseLed& led, Context& context) {
     led.readValue(value);
     fprintf(context.out, "  green LED %s holds %s (foreground %s, background %s, value %d)\n", path.c_str(),
             context.board->value(path).c_str(), colorName(led.readFgColor()), colorName(led.readBgColor()), value);
+#else
+    (void)led;
+    (void)context;
+#endif
 }
 
+#if ORVA_TOOL_SIMULATOR
 // The PHY LED of board 0xA564: bits 3..5 of register 0x11 of eth0.
 constexpr char kPhyInterface[] = "eth0";
 constexpr unsigned kPhyRegister = 0x11;
@@ -93,16 +112,76 @@ void showPhy(BaseLed& led, Context& context) {
         }
     }
 }
+#else
+void showPhy(BaseLed&, Context&) {}
+#endif
 
-const FaceRegistration kGlow{{"glow", "glow light (PWM, backlight or torch LED brightness; shares the white LED)",
-                              [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<LedGlow>(); },
-                              showGlow}};
+// What the infrared face reads of the device information.
+constexpr char kInfraredKeys[] = "feature_led_ir feature_led_status hwrev@0xA532";
+
+std::vector<int> checkNone(const std::vector<std::string>&) { return {}; }
+
+bool runRange(BaseLed& led, const std::vector<int>&, Context&, StepOutcome& outcome) {
+    outcome.detail = "device range " + std::to_string(led.rangeMin()) + ".." + std::to_string(led.rangeMax());
+    outcome.numbers = {{"range_min", led.rangeMin()}, {"range_max", led.rangeMax()}};
+    return true;
+}
+
+// The infrared face that switches the white LED the glow light dims; made on first use.
+struct Infrared {
+    LedIr face;
+    bool ready = false;
+};
+
+LedIr* infraredFace(Context& context, StepOutcome& outcome) {
+    if (!context.companion) {
+        auto infrared = std::make_shared<Infrared>();
+        infrared->ready = infrared->face.init("ir");
+        context.companion = infrared;
+    }
+    Infrared& infrared = *static_cast<Infrared*>(context.companion.get());
+    if (!infrared.ready) outcome.detail = "the infrared face did not initialise";
+    return infrared.ready ? &infrared.face : nullptr;
+}
+
+std::vector<int> checkIrWhite(const std::vector<std::string>& values) {
+    return {parseSwitch(values[0], "led glow ir-white")};
+}
+
+bool runIrWhite(BaseLed&, const std::vector<int>& values, Context& context, StepOutcome& outcome) {
+    LedIr* ir = infraredFace(context, outcome);
+    return ir != nullptr && ir->setWhiteLedOn(values[0] != 0);
+}
+
+std::vector<int> checkIrWhiteLevel(const std::vector<std::string>& values) {
+    return {parseInRange(values[0], "the white level", 0, INT_MAX)};
+}
+
+bool runIrWhiteLevel(BaseLed&, const std::vector<int>& values, Context& context, StepOutcome& outcome) {
+    LedIr* ir = infraredFace(context, outcome);
+    return ir != nullptr && ir->setMaxWhiteLedLevel(values[0]);
+}
+
+const FaceRegistration kGlow{{
+    "glow",
+    "glow light (PWM, backlight or torch LED brightness; shares the white LED)",
+    [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<LedGlow>(); },
+    showGlow,
+    {
+        {"range", 0, 0, "range                 the device range of the board's glow light", checkNone, runRange, nullptr},
+        {"ir-white", 1, 1, "ir-white on | off     the white LED on at its level, or off, through the infrared face",
+         checkIrWhite, runIrWhite, kInfraredKeys},
+        {"ir-white-level", 1, 1, "ir-white-level LEVEL  the infrared face's white level (clamped to the board's)",
+         checkIrWhiteLevel, runIrWhiteLevel, kInfraredKeys},
+    },
+    nullptr,
+}};
 const FaceRegistration kPhy{{"phy", "Ethernet PHY LED (register 0x11 of eth0 over MDIO, on/off)",
                              [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<LedPhy>(); },
-                             showPhy}};
+                             showPhy, {}, nullptr}};
 const FaceRegistration kGreen{{"green", "green status LED (LED class 0..255, green share of fg/bg colours)",
                                [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<GreenLedFace>(); },
-                               showGreen}};
+                               showGreen, {}, nullptr}};
 
 }  // namespace
 }  // namespace orva::tool

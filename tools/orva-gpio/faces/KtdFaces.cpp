@@ -9,12 +9,15 @@
 #include <vector>
 
 #include "LedFaces.h"
+#if ORVA_TOOL_SIMULATOR
 #include "orva/sim/SimBoard.h"
+#endif
 #include "orva_gpio_utils/Ktd2061LedFace.h"
 
 namespace orva::tool {
 namespace {
 
+#if ORVA_TOOL_SIMULATOR
 const std::string kRoot = "/sys/class/leds/ktd20";
 
 // The nodes of each board's rings in LED order. White pattern nodes carry three LEDs each: channel
@@ -69,7 +72,10 @@ int chipBrightness(orva::sim::SimBoard& board, const std::string& node) {
 
 bool digit(const std::string& text, size_t index) { return index < text.size() && text[index] == '1'; }
 
+#endif
+
 void showRings(BaseLed&, Context& context) {
+#if ORVA_TOOL_SIMULATOR
     if (context.board == nullptr) return;
     orva::sim::SimBoard& board = *context.board;
     const KtdWiring* wiring = nullptr;
@@ -104,11 +110,14 @@ void showRings(BaseLed&, Context& context) {
     }
     printRing(context, "white", white);
     printRing(context, "colour", colour);
+#else
+    (void)context;
+#endif
 }
 
 const FaceRegistration kKtd{
     {"ktd", "status rings behind the KTD20xx LED drivers (white and colour LEDs, running segment)",
-     [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<Ktd2061LedFace>(); }, showRings}};
+     [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<Ktd2061LedFace>(); }, showRings, {}, nullptr}};
 
 }  // namespace
 }  // namespace orva::tool

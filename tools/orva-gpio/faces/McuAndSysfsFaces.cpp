@@ -10,8 +10,10 @@
 #include <vector>
 
 #include "LedFaces.h"
+#if ORVA_TOOL_SIMULATOR
 #include "orva/sim/SimBoard.h"
 #include "orva/sim/Uartcli.h"
+#endif
 #include "orva_gpio_utils/LedSysfs.h"
 #include "orva_gpio_utils/McuLedFace.h"
 #include "orva_gpio_utils/UartcliLedFace.h"
@@ -19,6 +21,7 @@
 namespace orva::tool {
 namespace {
 
+#if ORVA_TOOL_SIMULATOR
 // The colour files of each LED-class board as the board's hardware has them, in colour order.
 struct ColorFile {
     const char* color;
@@ -66,11 +69,14 @@ void printFiles(Context& context, orva::sim::SimBoard& board, const ColorFile (&
     }
 }
 
+#endif
+
 void showSysfs(BaseLed& led, Context& context) {
     int value = -1;
     const bool known = led.exists() && led.readValue(value);
     fprintf(context.out, "  foreground %s, background %s, last value %s\n", colorName(led.readFgColor()),
             colorName(led.readBgColor()), known ? std::to_string(value).c_str() : "unknown");
+#if ORVA_TOOL_SIMULATOR
     if (context.board == nullptr) return;
     switch (context.board->profile().sysid) {
     case 0xA5A0: printFiles(context, *context.board, kA5A0Files); break;
@@ -78,6 +84,7 @@ void showSysfs(BaseLed& led, Context& context) {
     case 0xA597: printFiles(context, *context.board, kA597Files); break;
     default: break;
     }
+#endif
 }
 
 void showMcu(BaseLed& led, Context& context) {
@@ -88,13 +95,16 @@ void showMcu(BaseLed& led, Context& context) {
             value);
 }
 
+#if ORVA_TOOL_SIMULATOR
 // Frames of the journal already shown.
 size_t gFramesShown = 0;
 
 const char kWhiteLed[] = "/proc/gpio/white_led";
+#endif
 
 void showUartcli(BaseLed& led, Context& context) {
     fprintf(context.out, "  foreground %s, background %s\n", colorName(led.readFgColor()), colorName(led.readBgColor()));
+#if ORVA_TOOL_SIMULATOR
     if (context.board == nullptr) return;
     const std::vector<orva::sim::UartcliFrame> frames = orva::sim::uartcliFrames();
     for (size_t i = gFramesShown; i < frames.size(); ++i) {
@@ -108,26 +118,31 @@ void showUartcli(BaseLed& led, Context& context) {
     } else {
         fprintf(context.out, "  white LED %s missing\n", kWhiteLed);
     }
+#endif
 }
 
 std::unique_ptr<BaseLed> makeUartcli(Context& context) {
+#if ORVA_TOOL_SIMULATOR
     // On a simulated board the microcontroller tool is the simulator's stand-in.
     if (context.board != nullptr && !orva::sim::isProgramRegistered(orva::sim::kUartcliPath)) orva::sim::registerUartcli();
     gFramesShown = 0;
+#else
+    (void)context;
+#endif
     return std::make_unique<UartcliLedFace>();
 }
 
 const FaceRegistration kSysfs{{"sysfs", "LED-class colour LED (one colour at a time, 0..99 on its files)",
                                [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<LedSysfs>(); },
-                               showSysfs}};
+                               showSysfs, {}, nullptr}};
 
 const FaceRegistration kMcu{{"mcu", "status LED kept by the microcontroller (placeholder, stores the value)",
                              [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<McuLedFace>(); },
-                             showMcu}};
+                             showMcu, {}, nullptr}};
 
 const FaceRegistration kUartcli{
     {"uartcli", "microcontroller LEDs through uartcli frames, white LED on /proc/gpio/white_led", makeUartcli,
-     showUartcli}};
+     showUartcli, {}, nullptr}};
 
 }  // namespace
 }  // namespace orva::tool

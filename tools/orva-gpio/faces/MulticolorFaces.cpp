@@ -7,12 +7,15 @@
 #include <vector>
 
 #include "LedFaces.h"
+#if ORVA_TOOL_SIMULATOR
 #include "orva/sim/SimBoard.h"
+#endif
 #include "orva_gpio_utils/MulticolorLedFace.h"
 
 namespace orva::tool {
 namespace {
 
+#if ORVA_TOOL_SIMULATOR
 const std::string kClassDir = "/sys/class/leds/multicolor:";
 
 // How the LEDs of each board's ring are wired: ledsPerStatus colour LEDs share one status device
@@ -50,7 +53,10 @@ int number(const std::vector<std::string>& values, size_t index) {
     }
 }
 
+#endif
+
 void showRing(BaseLed&, Context& context) {
+#if ORVA_TOOL_SIMULATOR
     if (context.board == nullptr) return;
     orva::sim::SimBoard& board = *context.board;
     const RingWiring* ring = nullptr;
@@ -74,11 +80,14 @@ void showRing(BaseLed&, Context& context) {
         cell.white = number(whites, static_cast<size_t>(led % 3));
     }
     printRing(context, "ring", cells);
+#else
+    (void)context;
+#endif
 }
 
 const FaceRegistration kMulticolor{
     {"multicolor", "status ring on the multicolour LED class (colour and white LEDs, running segment)",
-     [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<MulticolorLedFace>(); }, showRing}};
+     [](Context&) -> std::unique_ptr<BaseLed> { return std::make_unique<MulticolorLedFace>(); }, showRing, {}, nullptr}};
 
 }  // namespace
 }  // namespace orva::tool
