@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -67,8 +68,18 @@ void applyKeys(const GlobalOptions& global) {
 
 int surveyRealBoard(const GlobalOptions& global) {
     applyKeys(global);
-    if (!orva::variant::CameraInfo::instance().HasKey("sysid")) {
+    // The keys the faces and buttons look up strictly (a missing one ends the process).
+    orva::variant::Variant& info = orva::variant::CameraInfo::instance();
+    if (!info.HasKey("sysid")) {
         throw UsageError{"board: the device information has no sysid (give --key sysid=0x...., or --board SYSID)"};
+    }
+    const uint32_t sysid = static_cast<uint32_t>(static_cast<unsigned long long>(info["sysid"]));
+    std::vector<std::string> needed = {"feature_led_ir", "feature_battery"};
+    if (sysid == 0xA532 || sysid == 0xA551 || sysid == 0xA554) needed.push_back("hwrev");
+    for (const std::string& key : needed) {
+        if (!info.HasKey(key)) {
+            throw UsageError{"board: the device information has no " + key + " (give --key " + key + "=...)"};
+        }
     }
     return printSurvey(surveyThisBoard(), global);
 }
