@@ -2089,45 +2089,69 @@ std::string a5a3Usb(char colour) {
            static_cast<char>(colour - 'A' + 'a');
 }
 
-// Red lit: the walk writes the I2C red file, then the USB red file (user 50 is 49, 70 is 69). A
-// fault on either fails the value with that file's record; the files before it hold the new
-// value. A missing file is a controller not fitted on this board: the walk skips it.
-void addA5A3Rows(std::vector<Row>& rows, const std::string& site, const std::string& path,
-                 const std::vector<std::string>& before) {
-    const std::string n = "LedSysfsA5A3";
-    const PerWriteFile f{n, 0xA5A3, true, path, "src/LedSysfs", 50, "49", 70, "69", nullptr, nullptr};
+// One file of a walk whose files are looked for first (a missing file is a controller or unit not
+// fitted, skipped). Red lit, the face goes from user 50 (the file holds fromFile) to user 70, which
+// writes toText to path after the calls of before; a unit that is read back first reads readBack.
+// A fault on the file fails the value with that file's record; the files before it hold the new
+// value.
+struct WalkFile {
+    std::string subject;
+    uint32_t sysid;
+    std::string site;
+    std::string path;
+    std::vector<std::string> before;
+    std::string fromFile;
+    std::string toText;
+    std::string readBack;  // "" for a file that is only written
+    // What the other files hold once a missing path was skipped.
+    std::function<void(Context&)> skipped;
+};
+
+void addWalkFileRows(std::vector<Row>& rows, const WalkFile& w) {
+    const std::string& n = w.subject;
+    const PerWriteFile f{n, w.sysid, true, w.path, "src/LedSysfs", 50, w.fromFile, 70, w.toText, nullptr, nullptr};
     const auto openFailed = [f](int) {
         return std::vector<Expected>{{f.source, "writeValue", 3, 0, "Failed to open proc entry '" + f.path + "'"}};
     };
     const auto writeFailed = [f](int error) {
         return [f, error](int fd) {
             return std::vector<Expected>{
-                {f.source, "writeValue", 3, error, "Failed to write '69' to proc entry " + hex(fd)}};
+                {f.source, "writeValue", 3, error, "Failed to write '" + f.toText + "' to proc entry " + hex(fd)}};
         };
     };
-    const std::string text = orva::test::sysfs::shown(orva::test::withNul("69"));
-    const auto with = [before](std::vector<std::string> steps) {
-        steps.insert(steps.begin(), before.begin(), before.end());
+    const std::string p = w.path;
+    const std::string text = orva::test::sysfs::shown(orva::test::withNul(w.toText));
+    const std::vector<std::string> read =
+        w.readBack.empty() ? std::vector<std::string>{}
+                           : std::vector<std::string>{"read " + p + " " + orva::test::sysfs::shown(w.readBack)};
+    // The calls of the walk: those before the file, then the given ones, with the read-back after the open.
+    const auto with = [w, read](const std::vector<std::string>& own, bool withBefore) {
+        std::vector<std::string> steps = withBefore ? w.before : std::vector<std::string>{};
+        for (const std::string& step : own) {
+            steps.push_back(step);
+            if (step == "open " + w.path) steps.insert(steps.end(), read.begin(), read.end());
+        }
         return steps;
     };
-    const std::string p = path;
-    rows.push_back({n, "open_" + site, "EIO", 0xA5A3, true, [=](Context& c) {
+    const uint32_t id = w.sysid;
+    rows.push_back({n, "open_" + w.site, "EIO", id, true, [=](Context& c) {
                         perWriteFails<LedSysfs>(
                             c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Open, EIO); }, openFailed,
-                            with({"open " + p + " -> -1"}), "49");
+                            with({"open " + p + " -> -1"}, true), w.fromFile);
                     }});
-    rows.push_back({n, "open_" + site, "EINTRRetried", 0xA5A3, true, [=](Context& c) {
+    rows.push_back({n, "open_" + w.site, "EINTRRetried", id, true, [=](Context& c) {
                         perWriteSucceeds<LedSysfs>(
                             c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Open, EINTR, 2); },
-                            {"open " + p + " -> -1", "open " + p + " -> -1", "open " + p, "write " + p + " " + text,
-                             "close " + p});
+                            with({"open " + p + " -> -1", "open " + p + " -> -1", "open " + p,
+                                  "write " + p + " " + text, "close " + p},
+                                 false));
                     }});
-    rows.push_back({n, "open_" + site, "DescriptorZero", 0xA5A3, true, [=](Context& c) {
+    rows.push_back({n, "open_" + w.site, "DescriptorZero", id, true, [=](Context& c) {
                         perWriteFails<LedSysfs>(
                             c, f, [&c, &p] { c.sandbox().zeroDescriptor(p); }, openFailed,
-                            with({"open " + p + " -> 0", "close "}), "49");
+                            with({"open " + p + " -> 0", "close "}, true), w.fromFile);
                     }});
-    rows.push_back({n, "open_" + site, "MissingFile", 0xA5A3, true, [=](Context& c) {
+    rows.push_back({n, "open_" + w.site, "MissingFile", id, true, [=](Context& c) {
                         LedSysfs led;
                         ASSERT_TRUE(led.init("led"));
                         ASSERT_TRUE(led.setValue(50, false));
@@ -2135,48 +2159,81 @@ void addA5A3Rows(std::vector<Row>& rows, const std::string& site, const std::str
                         c.sandbox().clearJournal();
                         EXPECT_TRUE(led.setValue(70, false));
                         EXPECT_THAT(c.sandbox().journal(p), IsEmpty());
-                        // An open, a write and a close of every other file.
-                        EXPECT_EQ(traceOf(c.sandbox().journal()).size(), (8u - 1u) * 3u);
-                        for (const char colour : {'R', 'G', 'B', 'W'}) {
-                            for (const std::string& file : {a5a3I2c(colour), a5a3Usb(colour)}) {
-                                if (file != p) {
-                                    EXPECT_EQ(c.board.value(file), colour == 'R' ? "69" : "0") << file;
-                                }
-                            }
-                        }
+                        w.skipped(c);
                         int stored = 0;
                         EXPECT_TRUE(led.readValue(stored));
                         EXPECT_EQ(stored, 69);
                         EXPECT_THAT(c.log.records(), IsEmpty());
                     }});
-    rows.push_back({n, "write_" + site, "EIO", 0xA5A3, true, [=](Context& c) {
+    rows.push_back({n, "write_" + w.site, "EIO", id, true, [=](Context& c) {
                         perWriteFails<LedSysfs>(
                             c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Write, EIO); }, writeFailed(EIO),
-                            with({"open " + p, "write " + p + " " + text + " -> -1", "close " + p}), "49");
+                            with({"open " + p, "write " + p + " " + text + " -> -1", "close " + p}, true), w.fromFile);
                     }});
-    rows.push_back({n, "write_" + site, "EINTRRetried", 0xA5A3, true, [=](Context& c) {
+    rows.push_back({n, "write_" + w.site, "EINTRRetried", id, true, [=](Context& c) {
                         perWriteSucceeds<LedSysfs>(
                             c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Write, EINTR, 2); },
-                            {"open " + p, "write " + p + " " + text + " -> -1", "write " + p + " " + text + " -> -1",
-                             "write " + p + " " + text, "close " + p});
+                            with({"open " + p, "write " + p + " " + text + " -> -1",
+                                  "write " + p + " " + text + " -> -1", "write " + p + " " + text, "close " + p},
+                                 false));
                     }});
-    rows.push_back({n, "write_" + site, "ShortWrite", 0xA5A3, true, [=](Context& c) {
+    rows.push_back({n, "write_" + w.site, "ShortWrite", id, true, [=](Context& c) {
+                        // The file keeps the one byte the write took.
                         perWriteFails<LedSysfs>(
                             c, f, [&c, &p] { c.sandbox().shortWrite(p, 1); }, writeFailed(0),
-                            with({"open " + p, "write " + p + " " + text, "close " + p}), "6");
+                            with({"open " + p, "write " + p + " " + text, "close " + p}, true), w.toText.substr(0, 1));
                     }});
-    rows.push_back({n, "close_" + site, "EIO", 0xA5A3, true, [=](Context& c) {
+    rows.push_back({n, "close_" + w.site, "EIO", id, true, [=](Context& c) {
                         perWriteSucceeds<LedSysfs>(
                             c, f, [&c, &p] { c.sandbox().failCalls(p, Call::Close, EIO); },
-                            {"open " + p, "write " + p + " " + text, "close " + p + " -> -1"});
+                            with({"open " + p, "write " + p + " " + text, "close " + p + " -> -1"}, false));
                     }});
 }
 
+// 0xA5A3: each colour's I2C file, then its USB file (user 50 is 49, 70 is 69). A missing file
+// leaves the seven others written.
 void addA5A3FileRows(std::vector<Row>& rows) {
     const std::string text = orva::test::sysfs::shown(orva::test::withNul("69"));
     const std::string i2c = a5a3I2c('R');
-    addA5A3Rows(rows, "i2c", i2c, {});
-    addA5A3Rows(rows, "usb", a5a3Usb('R'), {"open " + i2c, "write " + i2c + " " + text, "close " + i2c});
+    const auto othersWritten = [](const std::string& missing) {
+        return [missing](Context& c) {
+            // An open, a write and a close of every other file.
+            EXPECT_EQ(traceOf(c.sandbox().journal()).size(), (8u - 1u) * 3u);
+            for (const char colour : {'R', 'G', 'B', 'W'}) {
+                for (const std::string& file : {a5a3I2c(colour), a5a3Usb(colour)}) {
+                    if (file != missing) {
+                        EXPECT_EQ(c.board.value(file), colour == 'R' ? "69" : "0") << file;
+                    }
+                }
+            }
+        };
+    };
+    addWalkFileRows(rows, {"LedSysfsA5A3", 0xA5A3, "i2c", i2c, {}, "49", "69", "", othersWritten(i2c)});
+    addWalkFileRows(rows, {"LedSysfsA5A3", 0xA5A3, "usb", a5a3Usb('R'),
+                           {"open " + i2c, "write " + i2c + " " + text, "close " + i2c}, "49", "69", "",
+                           othersWritten(a5a3Usb('R'))});
+}
+
+// 0xA597: each colour's first LP5012 unit takes the value in all three fields (69 is 4539717), the
+// second in its upper two, keeping the lowest field it reads back as hexadecimal text: after user 50
+// it holds 3224063 (49 * 0x010100 + 0xff), read back as 0x3224063, so user 70 writes
+// 69 * 0x010100 + 0x63 = 4539747.
+void addLp5012FileRows(std::vector<Row>& rows) {
+    const std::string r1 = lp5012('R', 1);
+    const std::string r2 = lp5012('R', 2);
+    const std::string first = orva::test::sysfs::shown(orva::test::withNul("4539717"));
+    addWalkFileRows(rows, {"LedSysfsA597", 0xA597, "firstunit", r1, {}, "3223857", "4539717", "",
+                           [r2](Context& c) {
+                               EXPECT_EQ(c.board.value(r2), "4539747");
+                               EXPECT_EQ(c.board.value(lp5012('G', 1)), "0");
+                           }});
+    addWalkFileRows(rows, {"LedSysfsA597", 0xA597, "secondunit", r2,
+                           {"open " + r1, "write " + r1 + " " + first, "close " + r1}, "3224063", "4539747",
+                           "3224063\n", [r1](Context& c) {
+                               EXPECT_EQ(c.board.value(r1), "4539717");
+                               // Dark: "255" after user 50, read back as 0x255, keeps 0x55.
+                               EXPECT_EQ(c.board.value(lp5012('G', 2)), "85");
+                           }});
 }
 
 // ---- the infrared light's other outputs: the wide channel, the accessory IR and the white light ----
@@ -2390,6 +2447,32 @@ void addKtdNodeRows(std::vector<Row>& rows) {
     for (size_t i = first; i < rows.size(); ++i) rows[i].keptOpen = rows[i].sysid == 0xA598 ? 18 : 19;
 }
 
+// ---- the status ring of 0xA5B0: the other three kinds of node, and the white LEDs' values ----
+
+void addMulticolourFileRows(std::vector<Row>& rows) {
+    const std::string n = "MulticolorLedFace";
+    const std::string source = "src/MulticolorLedFace";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new MulticolorLedFace()); };
+    const Expected info{source, "initGPIO", 6, 0,
+                        "maxNumLed[10] maxNumWledModule[4] isRgbGroup[0] maxNumRgbGroup[0] maxIteration[10]"};
+    addInitOpenRows(rows, n, "open_statusbrightness", 0xA5B0, false, make, multicolour("status", 0, "brightness"),
+                    source, false, true, {}, {info});
+    addInitOpenRows(rows, n, "open_indicatorintensity", 0xA5B0, false, make,
+                    multicolour("indicator", 0, "multi_intensity"), source, false, true, {}, {info});
+    addInitOpenRows(rows, n, "open_indicatorbrightness", 0xA5B0, false, make, multicolour("indicator", 0, "brightness"),
+                    source, false, true, {}, {info});
+    // White: the first indicator device takes the first three white LEDs after the first two colour
+    // nodes; the face took the value all the same, so the same value again draws nothing.
+    addWriteSiteRows(rows, {n, "write_white", 0xA5B0, false, make,
+                            [](BaseLed& led) { ASSERT_TRUE(led.setColor(BaseLed::COLOR_WHITE, BaseLed::COLOR_BLACK)); },
+                            multicolour("indicator", 0, "multi_intensity"), source, "update", "255 255 255",
+                            [](BaseLed& led) { return led.setValue(100, false); }, {kBaseLedWriteFailed},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_TRUE(led.setValue(100, false));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+}
+
 // ---- the matrix ----
 
 // Every subject and its system call sites. A subject without sites makes no system call.
@@ -2407,7 +2490,9 @@ const std::vector<Subject>& subjects() {
         {"LedGlow", {"open", "write_startdark", "read", "write", "close"}},
         {"LedGlowTorchA574", {"open", "write_torchzero", "write_startdark", "read", "write", "close"}},
         {"LedSysfsA5A0", {"open", "write", "close"}},
-        {"LedSysfsA597", {"read_secondunit"}},
+        {"LedSysfsA597",
+         {"open_firstunit", "write_firstunit", "close_firstunit", "open_secondunit", "read_secondunit",
+          "write_secondunit", "close_secondunit"}},
         {"LedSysfsA5A3", {"open_i2c", "write_i2c", "close_i2c", "open_usb", "write_usb", "close_usb"}},
         {"UartcliLedFace", {"exec_takecontrol", "exec_releasecontrol", "exec_setcolour", "open", "write", "close"}},
         {"CompoundLedFace",
@@ -2418,7 +2503,9 @@ const std::vector<Subject>& subjects() {
          {"open_brightness", "open_colourfg", "open_colourbg", "open_trigger", "open_animdensity", "open_animcolourfg",
           "open_animcolourbg", "open_animtrigger", "write_trigger", "write_value", "write_colour", "write_colourbg",
           "write_animcolour", "write_animcolourbg", "write_animdensity", "write_animstep", "read", "close"}},
-        {"MulticolorLedFace", {"open", "write_brightness", "write_intensity", "close"}},
+        {"MulticolorLedFace",
+         {"open", "open_statusbrightness", "open_indicatorintensity", "open_indicatorbrightness", "write_brightness",
+          "write_intensity", "write_white", "close"}},
         {"Ktd2061LedFace", {"open", "write_pattern", "write_brightness", "write_mode", "write_moderefresh"}},
         {"LedPower", {}},
         {"McuLedFace", {}},
@@ -2454,6 +2541,7 @@ std::vector<Row> allRows() {
     addPerWriteRows<LedSysfs>(rows, kSysfsRed);
     addLp5012ReadRows(rows);
     addA5A3FileRows(rows);
+    addLp5012FileRows(rows);
     addPerWriteRows<UartcliLedFace>(rows, kUartcliWhite);
     addUartcliToolRows(rows);
     addAvRows(rows);
@@ -2461,6 +2549,7 @@ std::vector<Row> allRows() {
     addRgbRows(rows);
     addRgbFileRows(rows);
     addMulticolourRows(rows);
+    addMulticolourFileRows(rows);
     addKtdRows(rows);
     addKtdNodeRows(rows);
     addPhyRows(rows);
@@ -2486,12 +2575,12 @@ constexpr size_t kMatrixSize = 4 * (4 + 3 + 1)    // the four proc-entry buttons
                                + (4 + 3 + 3 + 3 + 1)  // LedGlow
                                + (4 + 3 + 3 + 3 + 3 + 1)  // LedGlow on a torch board
                                + (4 + 3 + 1)        // LedSysfs on 0xA5A0
-                               + 3                  // LedSysfs on 0xA597, second LP5012 unit
+                               + (2 * (4 + 3 + 1) + 3)  // LedSysfs on 0xA597: two LP5012 units
                                + 2 * (4 + 3 + 1)    // LedSysfs on 0xA5A3: the I2C and the USB file
                                + (3 * 3 + 4 + 3 + 1)  // UartcliLedFace
                                + (6 * 4 + 7 * 3 + 3 + 1)  // CompoundLedFace
                                + (8 * 4 + 8 * 3 + 3 + 1)  // RgbLedFace
-                               + (4 + 3 + 3 + 1)    // MulticolorLedFace
+                               + (4 * 4 + 3 * 3 + 1)  // MulticolorLedFace
                                + (4 + 4 * 3)        // Ktd2061LedFace
                                + 4                  // LedPhy
                                + 3                  // LedIr on 0xA532: the factory tool
