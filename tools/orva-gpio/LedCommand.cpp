@@ -237,7 +237,16 @@ std::string helpText() {
 void setupLed(CLI::App& command, GlobalOptions& global, std::function<int()>& action) {
     command.prefix_command();
     command.footer(helpText());
-    action = [&command, &global] { return runLed(command.remaining(), global); };
+    action = [&command, &global] {
+        const std::vector<std::string> words = command.remaining();
+        for (const std::string& word : words) {
+            if (word == "-h" || word == "--help") {
+                if (!global.checkOnly) printf("%s", command.help().c_str());
+                return 0;
+            }
+        }
+        return runLed(words, global);
+    };
 }
 
 const CommandRegistration kLed{{"led", "drive one LED face: led FACE VERB [VALUES] [then VERB ...]", setupLed}};
