@@ -84,7 +84,8 @@ std::vector<std::string> claimsOf(const BoardProfile& profile) {
         cleared.info[key].value = info.type == "bool" ? "false" : info.type == "str" ? "" : "0";
         const std::vector<bool> without = presenceWith(cleared);
         for (size_t item = 0; item < present.size(); ++item) {
-            if (present[item] && !without[item]) claims[item] += (claims[item].empty() ? "" : ", ") + info.key + " " + info.value;
+            if (present[item] && !without[item])
+                claims[item] += (claims[item].empty() ? "" : ", ") + info.key + " " + info.value;
         }
     }
     return claims;
@@ -143,17 +144,18 @@ void checkBoard(const ProfiledBoard& board) {
         // failed open of a file the face needs, a missing segment, a PHY that does not answer).
         if (!claims[index].empty()) {
             EXPECT_TRUE(item.usable) << label << ": the profile claims " << item.name << " (" << item.className
-                                     << ") with " << claims[index] << ", but the board lacks what it uses; missing:"
-                                     << missingFiles(item) << "; first record: "
+                                     << ") with " << claims[index]
+                                     << ", but the board lacks what it uses; missing:" << missingFiles(item)
+                                     << "; first record: "
                                      << (item.errors.empty() ? std::string("none") : item.errors.front());
         }
         for (const SurveyResource& resource : item.resources) {
             if (!resource.exists) continue;
             switch (resource.kind) {
-            case SurveyResource::Kind::Attribute: usedPaths.push_back(resource.path); break;
-            case SurveyResource::Kind::SharedMemory: usedSegments.insert(resource.path); break;
-            case SurveyResource::Kind::Mdio: usedInterfaces.insert(resource.path); break;
-            case SurveyResource::Kind::Program: break;
+                case SurveyResource::Kind::Attribute: usedPaths.push_back(resource.path); break;
+                case SurveyResource::Kind::SharedMemory: usedSegments.insert(resource.path); break;
+                case SurveyResource::Kind::Mdio: usedInterfaces.insert(resource.path); break;
+                case SurveyResource::Kind::Program: break;
             }
         }
     }
@@ -164,13 +166,13 @@ void checkBoard(const ProfiledBoard& board) {
         const std::string device = deviceOf(attribute.path);
         bool used = false;
         for (const std::string& path : usedPaths) used = used || path == device || path.rfind(device + "/", 0) == 0;
-        EXPECT_TRUE(used)
-            << label << ": the profile gives " << attribute.path << ", but no face or button uses "
-            << deviceOf(attribute.path);
+        EXPECT_TRUE(used) << label << ": the profile gives " << attribute.path << ", but no face or button uses "
+                          << deviceOf(attribute.path);
     }
     const std::string row = readmeRow(board, survey);
     EXPECT_NE(readmeText().find("\n" + row + "\n"), std::string::npos)
-        << label << ": the README's table of faces and buttons by board needs the row\n" << row;
+        << label << ": the README's table of faces and buttons by board needs the row\n"
+        << row;
 
     for (const BoardProfile::Segment& segment : profile.segments) {
         char key[16];

@@ -95,7 +95,8 @@ int surveyProfile(uint32_t sysid, const GlobalOptions& global) {
             knownVariant = knownVariant || variant == global.variant;
         }
         if (!knownVariant) {
-            throw UsageError{"board " + sysidText(sysid) + " has no variant '" + global.variant + "' (see --list-boards)"};
+            throw UsageError{"board " + sysidText(sysid) + " has no variant '" + global.variant +
+                             "' (see --list-boards)"};
         }
     }
     orva::sim::BoardProfile profile = orva::sim::BoardProfile::load(sysid, global.variant);
@@ -109,14 +110,19 @@ int surveyProfile(uint32_t sysid, const GlobalOptions& global) {
         }
         if (!replaced) {
             const bool flag = key.second == "true" || key.second == "false";
-            profile.info.push_back({key.first, flag ? "bool" : key.first.rfind("feature_", 0) == 0 ? "i8" : "str", key.second});
+            profile.info.push_back({key.first,
+                                    flag                                  ? "bool"
+                                    : key.first.rfind("feature_", 0) == 0 ? "i8"
+                                                                          : "str",
+                                    key.second});
         }
     }
     return printSurvey(surveySimulatedBoard(profile), global);
 }
 #else
 int surveyProfile(uint32_t sysid, const GlobalOptions&) {
-    throw UsageError{"board " + sysidText(sysid) + ": this build has no simulator; run 'orva-gpio board' without SYSID on the camera"};
+    throw UsageError{"board " + sysidText(sysid) +
+                     ": this build has no simulator; run 'orva-gpio board' without SYSID on the camera"};
 }
 #endif
 
@@ -130,7 +136,8 @@ int runBoard(const BoardWords& words, const GlobalOptions& global) {
 
 void setupBoard(CLI::App& command, GlobalOptions& global, std::function<int()>& action) {
     auto words = std::make_shared<BoardWords>();
-    command.add_option("SYSID", words->sysid, "the simulated board (default: --board, else the board the tool runs on)");
+    command.add_option("SYSID", words->sysid,
+                       "the simulated board (default: --board, else the board the tool runs on)");
     command.footer(
         "Every LED face and button of the library is initialised on the board (on a simulated board also\n"
         "exercised once) and listed with what it used: attribute files, programs, PHY registers, the\n"

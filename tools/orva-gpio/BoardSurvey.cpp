@@ -106,12 +106,12 @@ struct ItemRow {
 
 template <typename Face>
 ItemRow led(const char* name, const char* className, const char* what) {
-    return ItemRow{SurveyItem::Kind::Led, name, className, what, [] { return std::unique_ptr<BaseLed>(new Face()); },
-                   nullptr};
+    return ItemRow{
+        SurveyItem::Kind::Led, name, className, what, [] { return std::unique_ptr<BaseLed>(new Face()); }, nullptr};
 }
 
-template <typename Button>
-ItemRow button(const char* name, const char* className, const char* what, std::function<std::unique_ptr<SurveyButton>()> make) {
+ItemRow button(const char* name, const char* className, const char* what,
+               std::function<std::unique_ptr<SurveyButton>()> make) {
     return ItemRow{SurveyItem::Kind::Button, name, className, what, nullptr, std::move(make)};
 }
 
@@ -130,18 +130,18 @@ const std::vector<ItemRow>& rows() {
         led<RgbLedFace>("rgb", "RgbLedFace", "RGB LED on the AV LED class"),
         led<LedSysfs>("sysfs", "LedSysfs", "LED-class colour LED"),
         led<UartcliLedFace>("uartcli", "UartcliLedFace", "microcontroller LEDs and white LED"),
-        button<DCCableDetector>("dc", "DCCableDetector", "DC-cable detector",
-                                [] { return std::unique_ptr<SurveyButton>(new ButtonOf<DCCableDetector>()); }),
-        button<EnclosureDetButton>("enclosure", "EnclosureDetButton", "enclosure detector",
-                                   [] { return std::unique_ptr<SurveyButton>(new ButtonOf<EnclosureDetButton>()); }),
-        button<ResetButtonCase>("reset", "ResetButtonCase", "reset button (the kind the board has)",
-                                [] { return std::unique_ptr<SurveyButton>(new ResetCase()); }),
-        button<ResetGPIOButtonCase>("reset-gpio", "ResetGPIOButtonCase", "reset button on a proc entry",
-                                    [] { return std::unique_ptr<SurveyButton>(new ButtonOf<ResetGPIOButtonCase>()); }),
-        button<ResetShmemButtonCase>("reset-shmem", "ResetShmemButtonCase", "reset button in shared memory",
-                                     [] { return std::unique_ptr<SurveyButton>(new ButtonOf<ResetShmemButtonCase>(false)); }),
-        button<RingButton>("ring", "RingButton", "ring button",
-                           [] { return std::unique_ptr<SurveyButton>(new ButtonOf<RingButton>()); }),
+        button("dc", "DCCableDetector", "DC-cable detector",
+               [] { return std::unique_ptr<SurveyButton>(new ButtonOf<DCCableDetector>()); }),
+        button("enclosure", "EnclosureDetButton", "enclosure detector",
+               [] { return std::unique_ptr<SurveyButton>(new ButtonOf<EnclosureDetButton>()); }),
+        button("reset", "ResetButtonCase", "reset button (the kind the board has)",
+               [] { return std::unique_ptr<SurveyButton>(new ResetCase()); }),
+        button("reset-gpio", "ResetGPIOButtonCase", "reset button on a proc entry",
+               [] { return std::unique_ptr<SurveyButton>(new ButtonOf<ResetGPIOButtonCase>()); }),
+        button("reset-shmem", "ResetShmemButtonCase", "reset button in shared memory",
+               [] { return std::unique_ptr<SurveyButton>(new ButtonOf<ResetShmemButtonCase>(false)); }),
+        button("ring", "RingButton", "ring button",
+               [] { return std::unique_ptr<SurveyButton>(new ButtonOf<RingButton>()); }),
     };
     return table;
 }
@@ -181,9 +181,9 @@ void exerciseLed(BaseLed& face, const PhaseMark& mark) {
     mark("value");
     face.setValue(face.isBinary() ? 1 : 100, true);
     const std::pair<BaseLed::Color, const char*> colours[] = {{BaseLed::COLOR_RED, "red"},
-                                                               {BaseLed::COLOR_GREEN, "green"},
-                                                               {BaseLed::COLOR_BLUE, "blue"},
-                                                               {BaseLed::COLOR_WHITE, "white"}};
+                                                              {BaseLed::COLOR_GREEN, "green"},
+                                                              {BaseLed::COLOR_BLUE, "blue"},
+                                                              {BaseLed::COLOR_WHITE, "white"}};
     for (const auto& colour : colours) {
         mark(std::string("colour ") + colour.second);
         face.setColor(colour.first, BaseLed::COLOR_BLACK);
@@ -229,11 +229,20 @@ std::string roleOf(const std::string& path) {
     if (path.rfind("/proc/gpio/", 0) == 0) return "proc entry";
     std::string name = baseName(path);
     static const std::map<std::string, std::string> known = {
-        {"brightness", "brightness"},       {"duty_cycle", "duty cycle"},      {"color_fg", "colour fg"},
-        {"color_bg", "colour bg"},          {"anim_density", "anim density"},  {"anim_color_fg", "anim colour fg"},
-        {"anim_color_bg", "anim colour bg"}, {"anim_trigger", "anim trigger"},  {"multi_intensity", "channel levels"},
-        {"multi_index", "channel order"},   {"max_brightness", "max brightness"}, {"color", "colour fields"},
-        {"mode", "mode"},                   {"trigger", "trigger"},
+        {"brightness", "brightness"},
+        {"duty_cycle", "duty cycle"},
+        {"color_fg", "colour fg"},
+        {"color_bg", "colour bg"},
+        {"anim_density", "anim density"},
+        {"anim_color_fg", "anim colour fg"},
+        {"anim_color_bg", "anim colour bg"},
+        {"anim_trigger", "anim trigger"},
+        {"multi_intensity", "channel levels"},
+        {"multi_index", "channel order"},
+        {"max_brightness", "max brightness"},
+        {"color", "colour fields"},
+        {"mode", "mode"},
+        {"trigger", "trigger"},
     };
     const auto found = known.find(name);
     if (found != known.end()) return found->second;
@@ -255,7 +264,8 @@ std::string channelOfPath(const std::string& path) {
     };
     if (directory.size() == 1) return letter(directory[0]);
     const size_t colon = directory.rfind(':');
-    if (colon != std::string::npos && directory.size() - colon == 3 && isdigit(static_cast<unsigned char>(directory.back()))) {
+    if (colon != std::string::npos && directory.size() - colon == 3 &&
+        isdigit(static_cast<unsigned char>(directory.back()))) {
         return letter(directory[colon + 1]);
     }
     const std::string name = baseName(path);
@@ -282,7 +292,8 @@ using orva::sim::JournalEntry;
 
 constexpr char kFactoryTool[] = "/bin/orva_isp_fac_cmd";
 
-SurveyResource& resourceFor(std::vector<SurveyResource>& resources, SurveyResource::Kind kind, const std::string& path) {
+SurveyResource& resourceFor(std::vector<SurveyResource>& resources, SurveyResource::Kind kind,
+                            const std::string& path) {
     for (SurveyResource& resource : resources) {
         if (resource.kind == kind && resource.path == path) return resource;
     }
@@ -316,96 +327,99 @@ bool litLevel(const std::string& bytes) {
 
 void readResources(SurveyItem& item, const std::vector<JournalEntry>& journal, const std::vector<Phase>& phases,
                    orva::sim::SimBoard& board) {
-    std::vector<std::string> initOpens;  // paths opened during init, in order
+    std::vector<std::string> initOpens;                     // paths opened during init, in order
     std::map<std::string, std::vector<std::string>> litIn;  // path -> colour phases with a non-zero write
     std::vector<std::string> ringNodes;
     for (size_t index = 0; index < journal.size(); ++index) {
         const JournalEntry& entry = journal[index];
         const std::string phase = phaseAt(phases, index);
         switch (entry.call) {
-        case Call::Open:
-        case Call::Read:
-        case Call::Write:
-        case Call::Close: {
-            if (entry.path.empty()) break;
-            SurveyResource& resource = resourceFor(item.resources, SurveyResource::Kind::Attribute, entry.path);
-            if (entry.error != 0 && resource.error == 0) resource.error = entry.error;
-            if (entry.call == Call::Open && entry.result >= 0 && entry.error == 0) resource.opened = true;
-            if (entry.call == Call::Open && phase == "init" &&
-                std::find(initOpens.begin(), initOpens.end(), entry.path) == initOpens.end()) {
-                initOpens.push_back(entry.path);
-            }
-            if (entry.call == Call::Read) resource.read = true;
-            if (entry.call == Call::Write) {
-                resource.written = true;
-                if (phase != "value" && phase != "init" && litLevel(entry.bytes)) {
-                    std::vector<std::string>& phasesLit = litIn[entry.path];
-                    if (std::find(phasesLit.begin(), phasesLit.end(), phase) == phasesLit.end()) phasesLit.push_back(phase);
+            case Call::Open:
+            case Call::Read:
+            case Call::Write:
+            case Call::Close: {
+                if (entry.path.empty()) break;
+                SurveyResource& resource = resourceFor(item.resources, SurveyResource::Kind::Attribute, entry.path);
+                if (entry.error != 0 && resource.error == 0) resource.error = entry.error;
+                if (entry.call == Call::Open && entry.result >= 0 && entry.error == 0) resource.opened = true;
+                if (entry.call == Call::Open && phase == "init" &&
+                    std::find(initOpens.begin(), initOpens.end(), entry.path) == initOpens.end()) {
+                    initOpens.push_back(entry.path);
                 }
-            }
-            if (isRingFace(item.name) && entry.call == Call::Open) {
-                const std::string node = ringNodeOf(item.name, entry.path);
-                if (!node.empty() && std::find(ringNodes.begin(), ringNodes.end(), node) == ringNodes.end()) {
-                    ringNodes.push_back(node);
+                if (entry.call == Call::Read) resource.read = true;
+                if (entry.call == Call::Write) {
+                    resource.written = true;
+                    if (phase != "value" && phase != "init" && litLevel(entry.bytes)) {
+                        std::vector<std::string>& phasesLit = litIn[entry.path];
+                        if (std::find(phasesLit.begin(), phasesLit.end(), phase) == phasesLit.end())
+                            phasesLit.push_back(phase);
+                    }
                 }
-            }
-            break;
-        }
-        case Call::Exec: {
-            SurveyResource& resource = resourceFor(item.resources, SurveyResource::Kind::Program, entry.path);
-            // Exists until a run fails to start.
-            if (!resource.opened) resource.exists = true;
-            resource.opened = true;
-            if (entry.error != 0) {
-                resource.exists = false;
-                if (resource.error == 0) resource.error = entry.error;
-            }
-            if (entry.path == orva::sim::kUartcliPath) {
-                resource.role = "frames";
-                const orva::sim::UartcliFrame frame = orva::sim::decodeUartcliRun(entry.arguments);
-                resource.details.push_back(frame.description + (entry.result == 0 ? "" : ", exit " + std::to_string(entry.result)));
-            } else {
-                resource.role = "program";
-                std::string text;
-                for (const std::string& argument : entry.arguments) text += (text.empty() ? "" : " ") + argument;
-                resource.details.push_back(text + " -> exit " + std::to_string(entry.result));
-            }
-            break;
-        }
-        case Call::Mdio: {
-            SurveyResource& resource = resourceFor(item.resources, SurveyResource::Kind::Mdio, entry.path);
-            const std::vector<orva::sim::MdioAccess> accesses = orva::sim::Mdio::accesses({entry});
-            if (entry.error != 0 && resource.error == 0) resource.error = entry.error;
-            for (const orva::sim::MdioAccess& access : accesses) {
-                if (access.kind == orva::sim::MdioAccess::Kind::Init && access.result == 0) resource.opened = true;
-                if (access.kind == orva::sim::MdioAccess::Kind::Read) resource.read = true;
-                if (access.kind == orva::sim::MdioAccess::Kind::Write) resource.written = true;
-                if (access.kind != orva::sim::MdioAccess::Kind::Init &&
-                    std::find(resource.registers.begin(), resource.registers.end(), access.reg) == resource.registers.end()) {
-                    resource.registers.push_back(access.reg);
+                if (isRingFace(item.name) && entry.call == Call::Open) {
+                    const std::string node = ringNodeOf(item.name, entry.path);
+                    if (!node.empty() && std::find(ringNodes.begin(), ringNodes.end(), node) == ringNodes.end()) {
+                        ringNodes.push_back(node);
+                    }
                 }
+                break;
             }
-            resource.details.push_back(orva::sim::Mdio::describe(entry));
-            break;
-        }
-        case Call::Shm: {
-            if (entry.path != "shmget" && entry.path != "shmat") break;
-            SurveyResource* resource = nullptr;
-            if (entry.path == "shmget" && !entry.arguments.empty()) {
-                resource = &resourceFor(item.resources, SurveyResource::Kind::SharedMemory, entry.arguments[0]);
-                resource->read = true;
-                resource->role = "segment";
-                if (entry.result >= 0 && entry.error == 0) resource->exists = true;
-            } else {
-                for (SurveyResource& candidate : item.resources) {
-                    if (candidate.kind == SurveyResource::Kind::SharedMemory) resource = &candidate;
+            case Call::Exec: {
+                SurveyResource& resource = resourceFor(item.resources, SurveyResource::Kind::Program, entry.path);
+                // Exists until a run fails to start.
+                if (!resource.opened) resource.exists = true;
+                resource.opened = true;
+                if (entry.error != 0) {
+                    resource.exists = false;
+                    if (resource.error == 0) resource.error = entry.error;
                 }
-                if (resource != nullptr && entry.error == 0) resource->opened = true;
+                if (entry.path == orva::sim::kUartcliPath) {
+                    resource.role = "frames";
+                    const orva::sim::UartcliFrame frame = orva::sim::decodeUartcliRun(entry.arguments);
+                    resource.details.push_back(frame.description +
+                                               (entry.result == 0 ? "" : ", exit " + std::to_string(entry.result)));
+                } else {
+                    resource.role = "program";
+                    std::string text;
+                    for (const std::string& argument : entry.arguments) text += (text.empty() ? "" : " ") + argument;
+                    resource.details.push_back(text + " -> exit " + std::to_string(entry.result));
+                }
+                break;
             }
-            if (resource != nullptr && entry.error != 0 && resource->error == 0) resource->error = entry.error;
-            break;
-        }
-        case Call::Sleep: break;
+            case Call::Mdio: {
+                SurveyResource& resource = resourceFor(item.resources, SurveyResource::Kind::Mdio, entry.path);
+                const std::vector<orva::sim::MdioAccess> accesses = orva::sim::Mdio::accesses({entry});
+                if (entry.error != 0 && resource.error == 0) resource.error = entry.error;
+                for (const orva::sim::MdioAccess& access : accesses) {
+                    if (access.kind == orva::sim::MdioAccess::Kind::Init && access.result == 0) resource.opened = true;
+                    if (access.kind == orva::sim::MdioAccess::Kind::Read) resource.read = true;
+                    if (access.kind == orva::sim::MdioAccess::Kind::Write) resource.written = true;
+                    if (access.kind != orva::sim::MdioAccess::Kind::Init &&
+                        std::find(resource.registers.begin(), resource.registers.end(), access.reg) ==
+                            resource.registers.end()) {
+                        resource.registers.push_back(access.reg);
+                    }
+                }
+                resource.details.push_back(orva::sim::Mdio::describe(entry));
+                break;
+            }
+            case Call::Shm: {
+                if (entry.path != "shmget" && entry.path != "shmat") break;
+                SurveyResource* resource = nullptr;
+                if (entry.path == "shmget" && !entry.arguments.empty()) {
+                    resource = &resourceFor(item.resources, SurveyResource::Kind::SharedMemory, entry.arguments[0]);
+                    resource->read = true;
+                    resource->role = "segment";
+                    if (entry.result >= 0 && entry.error == 0) resource->exists = true;
+                } else {
+                    for (SurveyResource& candidate : item.resources) {
+                        if (candidate.kind == SurveyResource::Kind::SharedMemory) resource = &candidate;
+                    }
+                    if (resource != nullptr && entry.error == 0) resource->opened = true;
+                }
+                if (resource != nullptr && entry.error != 0 && resource->error == 0) resource->error = entry.error;
+                break;
+            }
+            case Call::Sleep: break;
         }
     }
     for (SurveyResource& resource : item.resources) {
@@ -428,12 +442,15 @@ void readResources(SurveyItem& item, const std::vector<JournalEntry>& journal, c
             lit->second[0].rfind("colour ", 0) == 0 && !isRingFace(item.name)) {
             resource.channel = lit->second[0].substr(strlen("colour "));
         }
-        if (lit != litIn.end() && lit->second.size() == 1 && lit->second[0] == "white light") resource.channel = "white light";
-        if (lit != litIn.end() && lit->second.size() == 1 && lit->second[0] == "accessory ir") resource.channel = "accessory ir";
+        if (lit != litIn.end() && lit->second.size() == 1 && lit->second[0] == "white light")
+            resource.channel = "white light";
+        if (lit != litIn.end() && lit->second.size() == 1 && lit->second[0] == "accessory ir")
+            resource.channel = "accessory ir";
         if (isRingFace(item.name)) {
             const std::string node = ringNodeOf(item.name, resource.path);
             const auto at = std::find(ringNodes.begin(), ringNodes.end(), node);
-            if (!node.empty() && at != ringNodes.end()) resource.ringPosition = static_cast<int>(at - ringNodes.begin());
+            if (!node.empty() && at != ringNodes.end())
+                resource.ringPosition = static_cast<int>(at - ringNodes.begin());
         }
     }
     if (item.name == "ir") {
@@ -580,10 +597,10 @@ namespace {
 
 const char* kindName(SurveyResource::Kind kind) {
     switch (kind) {
-    case SurveyResource::Kind::Attribute: return "file";
-    case SurveyResource::Kind::Program: return "program";
-    case SurveyResource::Kind::Mdio: return "mdio";
-    case SurveyResource::Kind::SharedMemory: return "shm";
+        case SurveyResource::Kind::Attribute: return "file";
+        case SurveyResource::Kind::Program: return "program";
+        case SurveyResource::Kind::Mdio: return "mdio";
+        case SurveyResource::Kind::SharedMemory: return "shm";
     }
     return "?";
 }
@@ -615,15 +632,20 @@ std::string surveyText(const BoardSurveyResult& survey) {
         snprintf(line, sizeof(line), "board 0x%04X%s%s: %s\n", survey.sysid, survey.variant.empty() ? "" : " variant ",
                  survey.variant.c_str(), survey.boardName.c_str());
     } else {
-        snprintf(line, sizeof(line), "board 0x%04X (this device; faces and buttons initialised on the real files, "
-                 "files not traced)\n", survey.sysid);
+        snprintf(line, sizeof(line),
+                 "board 0x%04X (this device; faces and buttons initialised on the real files, "
+                 "files not traced)\n",
+                 survey.sysid);
     }
     text += line;
     for (const SurveyItem& item : survey.items) {
-        std::string state = !item.present ? "absent" : item.usable ? "present" : !item.initialised ? "present, init failed" : "present, errors logged";
+        std::string state = !item.present       ? "absent"
+                            : item.usable       ? "present"
+                            : !item.initialised ? "present, init failed"
+                                                : "present, errors logged";
         if (item.managedByMcu) state += ", kept by the microcontroller";
-        snprintf(line, sizeof(line), "\n%-11s %-20s %s: %s\n", item.name.c_str(), item.className.c_str(), item.what.c_str(),
-                 state.c_str());
+        snprintf(line, sizeof(line), "\n%-11s %-20s %s: %s\n", item.name.c_str(), item.className.c_str(),
+                 item.what.c_str(), state.c_str());
         text += line;
         for (const SurveyResource& resource : item.resources) {
             std::string role = resource.role;
@@ -631,7 +653,8 @@ std::string surveyText(const BoardSurveyResult& survey) {
             if (resource.ringPosition >= 0) role += ", ring " + std::to_string(resource.ringPosition);
             snprintf(line, sizeof(line), "  %-7s %-7s %-2s %s  (%s)%s%s\n", kindName(resource.kind),
                      resource.exists ? "exists" : "missing", accessText(resource).c_str(), resource.path.c_str(),
-                     role.c_str(), resource.error != 0 ? "  " : "", resource.error != 0 ? strerror(resource.error) : "");
+                     role.c_str(), resource.error != 0 ? "  " : "",
+                     resource.error != 0 ? strerror(resource.error) : "");
             text += line;
             for (const std::string& detail : resource.details) text += "          " + detail + "\n";
         }
