@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <unistd.h>
 
 #include "orva/platform.h"
 #include "orva/sim/Mdio.h"
@@ -219,6 +220,27 @@ BoardProfile parseProfile(const std::string& text, const std::string& origin, in
     return profile;
 }
 
+// ROOT/board names the board a sandbox was built for, so that a later process (a viewer, a tool
+// attaching with reuse) can find its profile: "sysid 0xA598\n" and "variant NAME\n" for a variant.
+// Written to a temporary file and renamed, so a reader never sees half of it.
+void writeBoardMarker(const std::string& root, const BoardProfile& profile) {
+    char text[64];
+    snprintf(text, sizeof(text), "sysid 0x%04X\n", profile.sysid);
+    std::string content = text;
+    if (!profile.variant.empty()) content += "variant " + profile.variant + "\n";
+    const std::string file = root + "/board";
+    const std::string temporary = root + "/.board-" + std::to_string(getpid());
+    {
+        std::ofstream out(temporary, std::ios::trunc);
+        out << content;
+        if (!out.flush()) throw std::runtime_error("cannot write " + temporary);
+    }
+    if (rename(temporary.c_str(), file.c_str()) != 0) {
+        unlink(temporary.c_str());
+        throw std::runtime_error("cannot write " + file);
+    }
+}
+
 }  // namespace
 
 BoardProfile BoardProfile::load(uint32_t sysid, const std::string& variant) {
@@ -254,6 +276,7 @@ SimBoard::SimBoard(const BoardProfile& profile, const std::string& sandboxDirect
         SharedMemory::create(segment.key, segment.size);
         for (const auto& byte : segment.bytes) SharedMemory::setByte(segment.key, byte.first, byte.second);
     }
+    writeBoardMarker(sandbox_->root(), profile_);
 }
 
 SimBoard::~SimBoard() = default;
