@@ -164,14 +164,20 @@ extern "C" {
 int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* fileActions,
                 const posix_spawnattr_t* attributes, char* const argv[], char* const envp[]) {
     ORVA_REAL(posix_spawn);
-    if (Sandbox::active() == nullptr) return real(pid, path, fileActions, attributes, argv, envp);
+    Sandbox* sandbox = Sandbox::active();
+    if (sandbox == nullptr || (sandbox->runsProgramsWithoutStandIn() && findStandIn(path, false) == nullptr)) {
+        return real(pid, path, fileActions, attributes, argv, envp);
+    }
     return spawnHook(pid, path, argv, false);
 }
 
 int posix_spawnp(pid_t* pid, const char* file, const posix_spawn_file_actions_t* fileActions,
                  const posix_spawnattr_t* attributes, char* const argv[], char* const envp[]) {
     ORVA_REAL(posix_spawnp);
-    if (Sandbox::active() == nullptr) return real(pid, file, fileActions, attributes, argv, envp);
+    Sandbox* sandbox = Sandbox::active();
+    if (sandbox == nullptr || (sandbox->runsProgramsWithoutStandIn() && findStandIn(file, true) == nullptr)) {
+        return real(pid, file, fileActions, attributes, argv, envp);
+    }
     return spawnHook(pid, file, argv, true);
 }
 

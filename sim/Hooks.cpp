@@ -435,7 +435,7 @@ int close(int fd) {
 int usleep(useconds_t us) {
     ORVA_REAL(usleep);
     Sandbox::State* state = activeState();
-    if (state == nullptr) return real(us);
+    if (state == nullptr || state->realTime) return real(us);
     addSleep(state, us);
     return 0;
 }
@@ -443,7 +443,7 @@ int usleep(useconds_t us) {
 int nanosleep(const struct timespec* request, struct timespec* remaining) {
     ORVA_REAL(nanosleep);
     Sandbox::State* state = activeState();
-    if (state == nullptr || request == nullptr) return real(request, remaining);
+    if (state == nullptr || state->realTime || request == nullptr) return real(request, remaining);
     addSleep(state, static_cast<uint64_t>(request->tv_sec) * 1000000u + static_cast<uint64_t>(request->tv_nsec) / 1000u);
     if (remaining != nullptr) *remaining = timespec{};
     return 0;
@@ -452,7 +452,9 @@ int nanosleep(const struct timespec* request, struct timespec* remaining) {
 int clock_nanosleep(clockid_t clock, int flags, const struct timespec* request, struct timespec* remaining) {
     ORVA_REAL(clock_nanosleep);
     Sandbox::State* state = activeState();
-    if (state == nullptr || request == nullptr || !isVirtualClock(clock)) return real(clock, flags, request, remaining);
+    if (state == nullptr || state->realTime || request == nullptr || !isVirtualClock(clock)) {
+        return real(clock, flags, request, remaining);
+    }
     const uint64_t requestUs =
         static_cast<uint64_t>(request->tv_sec) * 1000000u + static_cast<uint64_t>(request->tv_nsec) / 1000u;
     const uint64_t nowUs = orva::sim::kClockBaseUs + state->virtualUs;
@@ -467,7 +469,7 @@ int clock_nanosleep(clockid_t clock, int flags, const struct timespec* request, 
 int clock_gettime(clockid_t clock, struct timespec* now) {
     ORVA_REAL(clock_gettime);
     Sandbox::State* state = activeState();
-    if (state == nullptr || !isVirtualClock(clock)) return real(clock, now);
+    if (state == nullptr || state->realTime || !isVirtualClock(clock)) return real(clock, now);
     const uint64_t us = orva::sim::kClockBaseUs + state->virtualUs;
     now->tv_sec = static_cast<time_t>(us / 1000000u);
     now->tv_nsec = static_cast<long>((us % 1000000u) * 1000u);

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <fcntl.h>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -109,6 +111,7 @@ Sandbox::Sandbox(const std::string& directory) : state_(new State) {
 Sandbox::~Sandbox() {
     for (auto it = state_->cleanups.rbegin(); it != state_->cleanups.rend(); ++it) (*it)();
     gActiveSandbox = nullptr;
+    if (state_->journalFd >= 0) close(state_->journalFd);
     if (state_->ownsRoot) safe::removeTree(state_->root);
     delete state_;
 }
@@ -208,9 +211,80 @@ void Sandbox::advanceUs(uint64_t us) { state_->virtualUs += us; }
 
 const std::vector<uint64_t>& Sandbox::sleeps() const { return state_->sleeps; }
 
+void Sandbox::useRealTime() { state_->realTime = true; }
+
+bool Sandbox::realTime() const { return state_->realTime; }
+
+void Sandbox::journalToFile(const std::string& file, bool keepInMemory) {
+    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0644);
+    if (fd < 0) throw std::runtime_error("orva-sim: cannot open journal " + file + ": " + strerror(errno));
+    if (state_->journalFd >= 0) close(state_->journalFd);
+    state_->journalFd = fd;
+    state_->keepJournal = keepInMemory;
+}
+
+void Sandbox::runProgramsWithoutStandIn() { state_->runUnknownPrograms = true; }
+
+bool Sandbox::runsProgramsWithoutStandIn() const { return state_->runUnknownPrograms; }
+
+namespace {
+
+void appendJsonText(std::string& line, const std::string& text) {
+    line += '"';
+    for (const char c : text) {
+        const unsigned char byte = static_cast<unsigned char>(c);
+        if (byte == '"' || byte == '\\') {
+            line += '\\';
+            line += c;
+        } else if (byte < 0x20 || byte >= 0x7f) {
+            char escaped[8];
+            snprintf(escaped, sizeof(escaped), "\\u%04x", byte);
+            line += escaped;
+        } else {
+            line += c;
+        }
+    }
+    line += '"';
+}
+
+std::string journalLine(const JournalEntry& entry) {
+    std::string line = "{\"us\":" + std::to_string(entry.timeUs) + ",\"pid\":" + std::to_string(getpid()) +
+                       ",\"call\":\"" + callName(entry.call) + "\",\"path\":";
+    appendJsonText(line, entry.path);
+    line += ",\"fd\":" + std::to_string(entry.fd) + ",\"flags\":" + std::to_string(entry.flags) +
+            ",\"mode\":" + std::to_string(entry.mode) + ",\"offset\":" + std::to_string(entry.offset) +
+            ",\"count\":" + std::to_string(entry.count) + ",\"bytes\":";
+    appendJsonText(line, entry.bytes);
+    line += ",\"result\":" + std::to_string(entry.result) + ",\"errno\":" + std::to_string(entry.error) +
+            ",\"args\":[";
+    for (size_t i = 0; i < entry.arguments.size(); ++i) {
+        if (i > 0) line += ',';
+        appendJsonText(line, entry.arguments[i]);
+    }
+    line += "]}\n";
+    return line;
+}
+
+}  // namespace
+
 void Sandbox::record(JournalEntry entry) {
-    entry.timeUs = state_->virtualUs;
-    state_->journal.push_back(std::move(entry));
+    if (state_->realTime) {
+        timespec now {};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        entry.timeUs = static_cast<uint64_t>(now.tv_sec) * 1000000u + static_cast<uint64_t>(now.tv_nsec) / 1000u;
+    } else {
+        entry.timeUs = state_->virtualUs;
+    }
+    if (state_->journalFd >= 0) {
+        // One write per line: appends of several processes do not interleave within a line.
+        const std::string line = journalLine(entry);
+        const int error = errno;
+        if (::write(state_->journalFd, line.data(), line.size()) < 0) {
+            fprintf(stderr, "orva-sim: journal write failed: %s\n", strerror(errno));
+        }
+        errno = error;
+    }
+    if (state_->keepJournal) state_->journal.push_back(std::move(entry));
 }
 
 }  // namespace orva::sim

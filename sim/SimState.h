@@ -19,6 +19,10 @@ struct Sandbox::State {
     uint64_t virtualUs = 0;
     std::vector<uint64_t> sleeps;
     std::vector<std::function<void()>> cleanups;
+    bool realTime = false;
+    int journalFd = -1;  // journal file, or -1
+    bool keepJournal = true;
+    bool runUnknownPrograms = false;
 };
 
 // Virtual CLOCK_MONOTONIC at the start of a sandbox.

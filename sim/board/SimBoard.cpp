@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <dirent.h>
+#include <dlfcn.h>
+#include <sys/stat.h>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -14,6 +16,9 @@
 
 #ifndef ORVA_BOARDS_DIR
 #error "ORVA_BOARDS_DIR must name the boards/ folder"
+#endif
+#ifndef ORVA_BOARDS_RELATIVE
+#error "ORVA_BOARDS_RELATIVE must name the installed profiles relative to the library's directory"
 #endif
 
 namespace orva::sim {
@@ -59,11 +64,26 @@ void assign(orva::variant::Variant& slot, const BoardProfile::InfoKey& key, cons
     }
 }
 
+// The profiles installed beside this library (<libdir>/../share/...), when it is an installed one.
+std::string installedDirectory() {
+    Dl_info self {};
+    if (dladdr(reinterpret_cast<void*>(&installedDirectory), &self) == 0 || self.dli_fname == nullptr) return std::string();
+    const std::string library = self.dli_fname;
+    const size_t slash = library.rfind('/');
+    if (slash == std::string::npos) return std::string();
+    const std::string candidate = library.substr(0, slash) + "/" + ORVA_BOARDS_RELATIVE;
+    struct stat info {};
+    return stat(candidate.c_str(), &info) == 0 && S_ISDIR(info.st_mode) ? candidate : std::string();
+}
+
 }  // namespace
 
+// ORVA_BOARDS_DIR in the environment, else the installed profiles, else the source tree's.
 std::string BoardProfile::directory() {
     const char* overridden = getenv("ORVA_BOARDS_DIR");
-    return overridden && *overridden ? overridden : ORVA_BOARDS_DIR;
+    if (overridden && *overridden) return overridden;
+    static const std::string installed = installedDirectory();
+    return installed.empty() ? ORVA_BOARDS_DIR : installed;
 }
 
 std::string BoardProfile::fileFor(uint32_t sysid, const std::string& variant) {
@@ -250,6 +270,43 @@ BoardProfile BoardProfile::load(uint32_t sysid, const std::string& variant) {
     if (profile.sysid != sysid) throw std::runtime_error(file + ": sysid does not match the file name");
     profile.variant = variant;
     return profile;
+}
+
+namespace {
+
+bool isWholeNumber(const std::string& text, bool negative) {
+    const size_t start = negative ? 1 : 0;
+    if (negative && (text.empty() || text[0] != '-')) return false;
+    if (text.size() > start + 2 && text.compare(start, 2, "0x") == 0) {
+        return text.find_first_not_of("0123456789abcdefABCDEF", start + 2) == std::string::npos;
+    }
+    return text.size() > start && text.find_first_not_of("0123456789", start) == std::string::npos;
+}
+
+}  // namespace
+
+std::string BoardProfile::inferredKeyType(const std::string& value) {
+    if (value == "true" || value == "false") return "bool";
+    if (isWholeNumber(value, false)) return "u64";
+    if (isWholeNumber(value, true)) return "i32";
+    return "str";
+}
+
+void BoardProfile::applyKeys(const std::vector<std::pair<std::string, std::string>>& keys) {
+    for (const auto& keyValue : keys) {
+        const std::string& keyName = keyValue.first;
+        const std::string& value = keyValue.second;
+        if (keyName.empty()) throw std::runtime_error("a key needs a name: '=" + value + "'");
+        InfoKey key{keyName, inferredKeyType(value), value};
+        for (const InfoKey& old : info) {
+            if (old.key == keyName) key.type = old.type;
+        }
+        orva::variant::Variant check;
+        assign(check, key, "key " + keyName);
+        info.erase(std::remove_if(info.begin(), info.end(), [&](const InfoKey& old) { return old.key == keyName; }),
+                   info.end());
+        info.push_back(key);
+    }
 }
 
 void SimBoard::fillCameraInfo(const BoardProfile& profile) {

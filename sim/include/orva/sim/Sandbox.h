@@ -87,6 +87,26 @@ public:
     // Runs when the sandbox ends, newest first (simulated segments, program stand-ins, ...).
     void addCleanup(std::function<void()> cleanup);
 
+    // Serving a program that runs on its own (orva-gpio run, liborva_sim_preload.so). Each switch
+    // is off in a new sandbox and stays on once set.
+    //
+    // Real time: sleeps sleep and CLOCK_MONOTONIC is the kernel's; nothing is added to sleeps().
+    void useRealTime();
+    bool realTime() const;
+    // Appends one line per journaled call to file (created 0644 when absent) as the call is made,
+    // with one write per line, so that other processes can follow it while this one runs; several
+    // processes may append to the same file. keepInMemory=false stops journal() from growing.
+    // Each line is a JSON object (bytes as \u00XX escapes, so any byte value is kept exactly):
+    //   {"us":<virtual microseconds since the sandbox started; with real time, CLOCK_MONOTONIC microseconds>,"pid":<process>,"call":"open|read|write|close|sleep|exec|shm|mdio",
+    //    "path":"<attribute path, program or function>","fd":<descriptor>,"flags":<open flags>,
+    //    "mode":<open mode>,"offset":<offset>,"count":<count>,"bytes":"<bytes read or written>",
+    //    "result":<return value>,"errno":<errno or 0>,"args":["<argument>",...]}
+    // Throws std::runtime_error when the file cannot be opened.
+    void journalToFile(const std::string& file, bool keepInMemory = true);
+    // Programs started without a stand-in run for real instead of aborting the process.
+    void runProgramsWithoutStandIn();
+    bool runsProgramsWithoutStandIn() const;
+
     // Internal: journals a call made through one of the hooks.
     void record(JournalEntry entry);
     // Internal: what the hooks share with the sandbox.

@@ -56,6 +56,14 @@ struct BoardProfile {
     static std::vector<uint32_t> available();
     // The variant names of a board ("usb-only" for boards/a5a3-usb-only.board), sorted.
     static std::vector<std::string> variants(uint32_t sysid);
+
+    // Sets device-information keys over the profile's, in order (orva-gpio --key KEY=VALUE): a key
+    // of the profile keeps its type; a new one is bool for true/false, u64 for a whole number
+    // (decimal or 0x hex), i32 for a negative one, str otherwise. Throws std::runtime_error for an
+    // empty key or a value its type cannot hold. The profile stays the one of its file: a sysid
+    // key changes what the process is told, not which board's files it gets.
+    void applyKeys(const std::vector<std::pair<std::string, std::string>>& keys);
+    static std::string inferredKeyType(const std::string& value);
 };
 
 class SimBoard {
