@@ -3,7 +3,8 @@
 // then the text; each '\n' starts the next value the files take. The first value is in place
 // before init (init reads, such as the infrared light's), every value is then read back through
 // save, readValue, readAutoMode, the colour and animation reads and service, and used by restore
-// and a write that starts from what was read (LP5012 read-back and the like).
+// and a write that starts from what was read (LP5012 read-back, the infrared light's white level
+// and path switch, and the like).
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -69,6 +70,8 @@ constexpr Case kCases[] = {
     {Face::Ktd, 0xA575, "", "ktd"},
     {Face::Ktd, 0xA5A4, "", "ktd"},
     {Face::Ktd, 0xEC70, "", "ktd"},
+    {Face::Glow, 0xA574, "", "glow"},  // a torch LED
+    {Face::Ir, 0xA5A6, "", "ir"},      // the white light on a backlight
 };
 constexpr size_t kCaseCount = sizeof(kCases) / sizeof(kCases[0]);
 
@@ -157,6 +160,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         (void)led->setAnimColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLUE);
         (void)led->setAnimEnable(true);
         (void)led->setAnimStep(static_cast<int>(i + 1));
+        if (c.face == Face::Ir) {
+            // A new white level starts from what the white light's file holds, a switch of the
+            // light's path from what the light holds.
+            auto& ir = static_cast<LedIr&>(*led);
+            (void)ir.setMaxWhiteLedLevel(static_cast<int>(i * 71 % 300));
+            (void)ir.setWhiteLedOn(i % 2 == 0);
+            (void)ir.setPathIndex(2 - static_cast<int>(i % 2));
+        }
     }
     return 0;
 }
