@@ -383,7 +383,8 @@ std::vector<Item> itemsFor(const BoardProfile& profile) {
             std::string key;
             std::string name;
             const bool hasBrightness = has(directory + "/brightness");
-            if (hasBrightness && channelOf(device, group) != 0) {
+            // (A class LED named by one letter, "/sys/class/leds/G", is an LED of its own.)
+            if (hasBrightness && channelOf(device, group) != 0 && !(group.empty() && directoryOf(directory) == kLedClass.substr(0, kLedClass.size() - 1))) {
                 key = directoryOf(directory) + "/" + group;
                 name = group.empty() ? leafOf(directoryOf(directoryOf(directory))) : group;
             } else if (hasBrightness) {
