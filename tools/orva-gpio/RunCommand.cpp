@@ -24,14 +24,11 @@
 #include "CommandRegistry.h"
 #include "Options.h"
 
-#if __has_include("orva/sim/SimBoard.h")
-#define ORVA_RUN_SIMULATOR 1
+#if ORVA_TOOL_SIMULATOR
 #include <dlfcn.h>
 #include <fcntl.h>
 
 #include "orva/sim/SimBoard.h"
-#else
-#define ORVA_RUN_SIMULATOR 0
 #endif
 
 namespace orva::tool {
@@ -43,7 +40,7 @@ struct RunOptions {
     std::vector<std::string> program;  // the program and its arguments
 };
 
-#if ORVA_RUN_SIMULATOR
+#if ORVA_TOOL_SIMULATOR
 
 // The directory of the simulator library this tool runs with; the preload library is beside it.
 std::string simulatorDirectory() {
@@ -209,7 +206,7 @@ int runProgram(const GlobalOptions& global, const RunOptions& options) {
     return exitStatus;
 }
 
-#endif  // ORVA_RUN_SIMULATOR
+#endif  // ORVA_TOOL_SIMULATOR
 
 void setup(CLI::App& command, GlobalOptions& global, std::function<int()>& action) {
     auto options = std::make_shared<RunOptions>();
@@ -228,7 +225,7 @@ void setup(CLI::App& command, GlobalOptions& global, std::function<int()>& actio
         "files is appended to DIR/journal, one JSON object per line, as it happens.\n"
         "A second orva-gpio on the same board (--board SYSID --sandbox DIR --reuse button ring press)\n"
         "reaches the running program. The exit status is PROGRAM's (128 + the signal that killed it).\n");
-#if ORVA_RUN_SIMULATOR
+#if ORVA_TOOL_SIMULATOR
     action = [&global, options] { return runProgram(global, *options); };
 #else
     action = [&global] {
