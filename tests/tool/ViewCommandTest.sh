@@ -94,12 +94,14 @@ fi
 if [ "$mode" = boards ]; then
     # expect_screen SYSID EXPECTED COMMAND...: a fresh board driven by one tool command, then the
     # view's item lines (--for 0: the first screen only).
+    # SYSID may name a variant: 0xA5A3:usb-only.
     expect_screen() {
-        local sysid=$1 expected=$2
+        local sysid=${1%%:*} expected=$2 variant=()
+        [ "$1" != "$sysid" ] && variant=(--variant "${1#*:}")
         shift 2
         rm -rf "$sandbox"
         # (Its status is not the point: the AV LED logs an error for its colour before a value.)
-        "$tool" --board "$sysid" --sandbox "$sandbox" --quiet "$@" > /dev/null 2>&1
+        "$tool" --board "$sysid" "${variant[@]}" --sandbox "$sandbox" --quiet "$@" > /dev/null 2>&1
         local actual
         actual=$("$tool" --sandbox "$sandbox" view --for 0 2>&1 | tail -n +3)
         [ "$actual" = "$expected
@@ -135,6 +137,12 @@ ktd ktd2061: ............
 white light: 0% (brightness 0/255)
 ir 1: 98% (brightness 98/99)
 reset [r]: released (1)" led ir set 99
+    # A variant's sandbox names its variant, and the view loads the variant's profile.
+    expect_screen 0xA5A3:usb-only "sysfs usbcm65xx_led: r (r 49 g 0 b 0 w 0)
+reset [r]: released (1)" led sysfs set 50
+    expect_bytes "$sandbox/board" 'sysid 0xA5A3\nvariant usb-only\n'
+    [ "$("$tool" --sandbox "$sandbox" view --for 0 | head -n 1)" = "board 0xA5A3 variant usb-only: Camera with its RGBW status LED on the USB-attached LED controller only (no I2C LED driver fitted)" ] ||
+        fail "variant header: $("$tool" --sandbox "$sandbox" view --for 0 | head -n 1)"
     [ $failures -eq 0 ] && echo "view ($mode): all checks passed"
     exit $((failures != 0))
 fi
