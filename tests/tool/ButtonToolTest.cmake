@@ -118,3 +118,16 @@ expect_usage_error("not a number for --poll: 'often'" --board 0xA575 button ring
 expect_usage_error("--poll needs at least 1 ms" --board 0xA575 button ring watch --poll 0)
 expect_usage_error("negative --for: -5" --board 0xA575 button ring watch --for -5)
 expect_usage_error("VERB is required" --board 0xA575 button ring)
+
+# --json: the events as objects among the calls; a ring button's read as a "call" object.
+run_tool(0 --json --board 0xA575 button ring watch --press-at 100 --release-at 150 --hold -1)
+string(REGEX MATCHALL "[^\n]*\"type\":\"(event|summary)\"[^\n]*" events "${tool_out}")
+expect_equal("${events}" "{\"command\":\"button\",\"event\":\"pressed\",\"target\":\"ring\",\"time_ms\":100,\"type\":\"event\"};{\"command\":\"button\",\"duration_ms\":50,\"event\":\"released\",\"target\":\"ring\",\"time_ms\":150,\"type\":\"event\"};{\"command\":\"button\",\"held_events\":0,\"ok\":true,\"presses\":1,\"releases\":1,\"target\":\"ring\",\"type\":\"summary\"}")
+list(GET events 1 released)
+string(JSON duration GET "${released}" duration_ms)
+expect_equal("${duration}" "50")
+string(REGEX MATCH "[^\n]*\"call\":\"read\"[^\n]*" read "${tool_out}")
+string(JSON path GET "${read}" path)
+string(JSON bytes GET "${read}" bytes)
+string(JSON result GET "${read}" result)
+expect_equal("${path} ${bytes} ${result}" "/proc/gpio/ring_btn 1\\n 2")
