@@ -2473,6 +2473,105 @@ void addMulticolourFileRows(std::vector<Row>& rows) {
                             }});
 }
 
+// ---- the rest of the AV colour LED's channel writes and reads, and the RGB LED's animation stop ----
+
+void addAvChannelRows(std::vector<Row>& rows) {
+    const std::string n = "CompoundLedFace";
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new CompoundLedFace()); };
+    const auto nothingAtUser50 = [](Context& c, BaseLed& led) {
+        EXPECT_TRUE(led.setValue(50, false));  // still 50: nothing to write
+        EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+    };
+    // Blue lit: a value goes to the AV LED, then to the blue channel (user 80 is 79).
+    addWriteSiteRows(rows, {n, "write_valuechannel", 0xA573, false, make,
+                            [](BaseLed& led) {
+                                ASSERT_TRUE(led.setValue(50, false));
+                                ASSERT_TRUE(led.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+                            },
+                            kBlueChannel, kAvSource, "writeValue", "79", [](BaseLed& led) { return led.setValue(80, false); },
+                            {kBaseLedWriteFailed}, nothingAtUser50});
+    // Red on blue: the blue background shows full (99) while the light is off.
+    addWriteSiteRows(rows, {n, "write_valuebackground", 0xA573, false, make,
+                            [](BaseLed& led) {
+                                ASSERT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLUE));
+                                ASSERT_TRUE(led.setValue(50, false));
+                            },
+                            kBlueChannel, kAvSource, "writeValue", "99", [](BaseLed& led) { return led.setValue(0, false); },
+                            {kBaseLedWriteFailed}, nothingAtUser50});
+    // Lit blue, then red: the blue channel goes dark first; if it cannot, the colours stay.
+    addWriteSiteRows(rows, {n, "write_darkenold", 0xA573, false, make,
+                            [](BaseLed& led) {
+                                ASSERT_TRUE(led.setValue(50, false));
+                                ASSERT_TRUE(led.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+                            },
+                            kBlueChannel, kAvSource, "setColor", "0",
+                            [](BaseLed& led) { return led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_EQ(led.readFgColor(), BaseLed::COLOR_BLUE);
+                                EXPECT_TRUE(led.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    // Lit red, background to blue: the AV LED's background goes black, the blue channel dark (0).
+    addWriteSiteRows(rows, {n, "write_background", 0xA573, false, make,
+                            [](BaseLed& led) {
+                                ASSERT_TRUE(led.setValue(50, false));
+                                ASSERT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK));
+                            },
+                            kBlueChannel, kAvSource, "setColor", "0",
+                            [](BaseLed& led) { return led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLUE); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_EQ(led.readBgColor(), BaseLed::COLOR_BLUE);
+                                EXPECT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLUE));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+    // readValue of an AV LED colour reads the AV LED's brightness file.
+    const auto readFails = [](Context& c, const std::function<void()>& inject, int error, int count) {
+        AvFace t(c);
+        ASSERT_TRUE(t.face.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK));
+        c.log.clear();
+        inject();
+        errno = 0;
+        int value = -7;
+        EXPECT_FALSE(t.face.readValue(value));
+        EXPECT_EQ(value, -7);
+        EXPECT_THAT(c.log.records(),
+                    ElementsAre(Expected{kAvSource, "readValue", 3, error,
+                                         "Failed to read from proc entry " + av::hex(t.fd(av::kAvBrightness)) +
+                                             ", num bytes read " + std::to_string(count)}));
+    };
+    rows.push_back({n, "read_avbrightness", "EIO", 0xA573, false, [readFails](Context& c) {
+                        readFails(c, [&c] { c.sandbox().failCalls(av::kAvBrightness, Call::Read, EIO); }, EIO, -1);
+                    }});
+    rows.push_back({n, "read_avbrightness", "EINTRRetried", 0xA573, false, [](Context& c) {
+                        AvFace t(c);
+                        ASSERT_TRUE(t.face.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK));
+                        c.sandbox().failCalls(av::kAvBrightness, Call::Read, EINTR, 2);
+                        c.sandbox().clearJournal();
+                        int value = -7;
+                        EXPECT_TRUE(t.face.readValue(value));
+                        EXPECT_EQ(value, 1);
+                        EXPECT_EQ(callsOn(c, av::kAvBrightness, Call::Read).size(), 3u);
+                        EXPECT_THAT(c.log.records(), IsEmpty());
+                    }});
+    rows.push_back({n, "read_avbrightness", "EmptyRead", 0xA573, false, [readFails](Context& c) {
+                        readFails(c, [&c] { c.sandbox().emptyRead(av::kAvBrightness); }, 0, 0);
+                    }});
+}
+
+void addRgbAnimationStopRows(std::vector<Row>& rows) {
+    const FaceFactory make = [] { return std::unique_ptr<BaseLed>(new RgbLedFace()); };
+    // Stopping an animation writes "none" to the animation trigger; the stop is kept all the same.
+    addWriteSiteRows(rows, {"RgbLedFace", "write_animstop", 0xA563, false, make,
+                            [](BaseLed& led) { ASSERT_TRUE(led.setAnimEnable(true)); }, av::kAnimTrigger,
+                            "src/RgbLedFace", "setAnimEnable", "none",
+                            [](BaseLed& led) { return led.setAnimEnable(false); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_FALSE(led.readAnimEnable());
+                                EXPECT_TRUE(led.setAnimEnable(false));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
+}
+
 // ---- the matrix ----
 
 // Every subject and its system call sites. A subject without sites makes no system call.
@@ -2498,11 +2597,13 @@ const std::vector<Subject>& subjects() {
         {"CompoundLedFace",
          {"open_channel", "open_bluechannel", "open_brightness", "open_colourfg", "open_colourbg", "open_trigger",
           "write_dark", "write_darkblue", "write_trigger", "write_value", "write_colour", "write_colourbg",
-          "write_channel", "read", "close"}},
+          "write_channel", "write_valuechannel", "write_valuebackground", "write_darkenold", "write_background", "read",
+          "read_avbrightness", "close"}},
         {"RgbLedFace",
          {"open_brightness", "open_colourfg", "open_colourbg", "open_trigger", "open_animdensity", "open_animcolourfg",
           "open_animcolourbg", "open_animtrigger", "write_trigger", "write_value", "write_colour", "write_colourbg",
-          "write_animcolour", "write_animcolourbg", "write_animdensity", "write_animstep", "read", "close"}},
+          "write_animcolour", "write_animcolourbg", "write_animdensity", "write_animstep", "write_animstop", "read",
+          "close"}},
         {"MulticolorLedFace",
          {"open", "open_statusbrightness", "open_indicatorintensity", "open_indicatorbrightness", "write_brightness",
           "write_intensity", "write_white", "close"}},
@@ -2546,8 +2647,10 @@ std::vector<Row> allRows() {
     addUartcliToolRows(rows);
     addAvRows(rows);
     addAvFileRows(rows);
+    addAvChannelRows(rows);
     addRgbRows(rows);
     addRgbFileRows(rows);
+    addRgbAnimationStopRows(rows);
     addMulticolourRows(rows);
     addMulticolourFileRows(rows);
     addKtdRows(rows);
@@ -2578,8 +2681,8 @@ constexpr size_t kMatrixSize = 4 * (4 + 3 + 1)    // the four proc-entry buttons
                                + (2 * (4 + 3 + 1) + 3)  // LedSysfs on 0xA597: two LP5012 units
                                + 2 * (4 + 3 + 1)    // LedSysfs on 0xA5A3: the I2C and the USB file
                                + (3 * 3 + 4 + 3 + 1)  // UartcliLedFace
-                               + (6 * 4 + 7 * 3 + 3 + 1)  // CompoundLedFace
-                               + (8 * 4 + 8 * 3 + 3 + 1)  // RgbLedFace
+                               + (6 * 4 + 11 * 3 + 2 * 3 + 1)  // CompoundLedFace
+                               + (8 * 4 + 9 * 3 + 3 + 1)  // RgbLedFace
                                + (4 * 4 + 3 * 3 + 1)  // MulticolorLedFace
                                + (4 + 4 * 3)        // Ktd2061LedFace
                                + 4                  // LedPhy
