@@ -1,30 +1,7 @@
 # orva-gpio board: the faces and buttons of a board and what each used, as a user sees them.
 # TOOL: the tool with the simulator built in; REAL_TOOL: the same tool without it (may be empty).
 # EMULATOR: empty, or the emulator command with its arguments joined by '|'.
-string(REPLACE "|" ";" EMULATOR "${EMULATOR}")
-
-function(run_tool expected_status)
-  execute_process(COMMAND ${EMULATOR} ${TOOL} ${ARGN}
-    RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT status EQUAL expected_status)
-    message(FATAL_ERROR "orva-gpio ${ARGN}: status ${status}, expected ${expected_status}\n${out}\n${err}")
-  endif()
-  set(tool_out "${out}" PARENT_SCOPE)
-  set(tool_err "${err}" PARENT_SCOPE)
-endfunction()
-
-function(expect_in text pattern)
-  string(FIND "${text}" "${pattern}" found)
-  if(found EQUAL -1)
-    message(FATAL_ERROR "expected to find:\n${pattern}\nin:\n${text}")
-  endif()
-endfunction()
-
-function(expect_equal actual expected)
-  if(NOT "${actual}" STREQUAL "${expected}")
-    message(FATAL_ERROR "expected exactly:\n[${expected}]\ngot:\n[${actual}]")
-  endif()
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/ToolTestFunctions.cmake)
 
 # The block of one face or button in the text output: its header line up to the blank line after it.
 function(item_block text name)
