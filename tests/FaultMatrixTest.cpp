@@ -2511,6 +2511,21 @@ void addAvChannelRows(std::vector<Row>& rows) {
                                 EXPECT_TRUE(led.setColor(BaseLed::COLOR_BLUE, BaseLed::COLOR_BLACK));
                                 EXPECT_THAT(c.sandbox().journal(), IsEmpty());
                             }});
+    // Off with a blue background, then no background: the blue channel goes dark first; if it
+    // cannot, the colours stay and the channel keeps its full level.
+    addWriteSiteRows(rows, {n, "write_darkenoldbackground", 0xA573, false, make,
+                            [](BaseLed& led) {
+                                ASSERT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLUE));
+                                ASSERT_TRUE(led.setValue(50, false));
+                                ASSERT_TRUE(led.setValue(0, false));
+                            },
+                            kBlueChannel, kAvSource, "setColor", "0",
+                            [](BaseLed& led) { return led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLACK); }, {},
+                            [](Context& c, BaseLed& led) {
+                                EXPECT_EQ(led.readBgColor(), BaseLed::COLOR_BLUE);
+                                EXPECT_TRUE(led.setColor(BaseLed::COLOR_RED, BaseLed::COLOR_BLUE));
+                                EXPECT_THAT(c.sandbox().journal(), IsEmpty());
+                            }});
     // Lit red, background to blue: the AV LED's background goes black, the blue channel dark (0).
     addWriteSiteRows(rows, {n, "write_background", 0xA573, false, make,
                             [](BaseLed& led) {
@@ -2597,8 +2612,8 @@ const std::vector<Subject>& subjects() {
         {"CompoundLedFace",
          {"open_channel", "open_bluechannel", "open_brightness", "open_colourfg", "open_colourbg", "open_trigger",
           "write_dark", "write_darkblue", "write_trigger", "write_value", "write_colour", "write_colourbg",
-          "write_channel", "write_valuechannel", "write_valuebackground", "write_darkenold", "write_background", "read",
-          "read_avbrightness", "close"}},
+          "write_channel", "write_valuechannel", "write_valuebackground", "write_darkenold",
+          "write_darkenoldbackground", "write_background", "read", "read_avbrightness", "close"}},
         {"RgbLedFace",
          {"open_brightness", "open_colourfg", "open_colourbg", "open_trigger", "open_animdensity", "open_animcolourfg",
           "open_animcolourbg", "open_animtrigger", "write_trigger", "write_value", "write_colour", "write_colourbg",
