@@ -2696,7 +2696,7 @@ constexpr size_t kMatrixSize = 4 * (4 + 3 + 1)    // the four proc-entry buttons
                                + (2 * (4 + 3 + 1) + 3)  // LedSysfs on 0xA597: two LP5012 units
                                + 2 * (4 + 3 + 1)    // LedSysfs on 0xA5A3: the I2C and the USB file
                                + (3 * 3 + 4 + 3 + 1)  // UartcliLedFace
-                               + (6 * 4 + 11 * 3 + 2 * 3 + 1)  // CompoundLedFace
+                               + (6 * 4 + 12 * 3 + 2 * 3 + 1)  // CompoundLedFace
                                + (8 * 4 + 9 * 3 + 3 + 1)  // RgbLedFace
                                + (4 * 4 + 3 * 3 + 1)  // MulticolorLedFace
                                + (4 + 4 * 3)        // Ktd2061LedFace
